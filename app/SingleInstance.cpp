@@ -1,0 +1,27 @@
+#include "app/SingleInstance.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <QDir>
+#include <QFile>
+#include <cerrno>
+
+namespace veltrane {
+
+SingleInstance::SingleInstance(const QString& folder) {
+  if (!QDir(folder).exists() && QDir().mkpath(folder)) {
+    ::chmod(QFile::encodeName(folder).constData(), S_IRWXU);
+  }
+  const QByteArray path = QFile::encodeName(folder + QStringLiteral("/instance.lock"));
+  mDescriptor = ::open(path.constData(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
+  if (mDescriptor >= 0 && ::flock(mDescriptor, LOCK_EX | LOCK_NB) != 0) mFirst = errno != EWOULDBLOCK;
+}
+
+SingleInstance::~SingleInstance() {
+  if (mDescriptor >= 0) ::close(mDescriptor);
+}
+
+}  // namespace veltrane

@@ -1,0 +1,43 @@
+#include "app/TerminationSignals.h"
+
+#include <csignal>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+namespace veltrane {
+namespace {
+
+sigset_t EndingSignals() {
+  sigset_t set;
+  sigemptyset(&set);
+  for (const int signal : {SIGTERM, SIGINT, SIGHUP}) sigaddset(&set, signal);
+  return set;
+}
+
+}  // namespace
+
+void TerminationSignals::Block() {
+  const sigset_t set = EndingSignals();
+  sigprocmask(SIG_BLOCK, &set, nullptr);
+}
+
+TerminationSignals::TerminationSignals(std::function<void()> onSignal) {
+  const sigset_t set = EndingSignals();
+  mDescriptor = signalfd(-1, &set, SFD_NONBLOCK | SFD_CLOEXEC);
+  if (mDescriptor < 0) return;
+  mNotifier = std::make_unique<QSocketNotifier>(mDescriptor, QSocketNotifier::Read);
+  QObject::connect(mNotifier.get(), &QSocketNotifier::activated, mNotifier.get(),
+                   [this, onSignal = std::move(onSignal)] {
+                     signalfd_siginfo info{};
+                     while (::read(mDescriptor, &info, sizeof info) == sizeof info) {
+                     }
+                     onSignal();
+                   });
+}
+
+TerminationSignals::~TerminationSignals() {
+  mNotifier.reset();
+  if (mDescriptor >= 0) ::close(mDescriptor);
+}
+
+}  // namespace veltrane

@@ -1,0 +1,50 @@
+# veltrane_folder(FOLDER [EXECUTABLE name] [WIDGETS] [USES folders...] [QT modules...] [LINKS targets...])
+#
+# Makes a target of one source folder. Folders may include only themselves and what stands behind USES;
+# a header of Qt's windows only where WIDGETS is set. cmake/CheckIncludes.cmake fails the build otherwise.
+function(veltrane_target_name out folder)
+  string(REPLACE "/" "_" name "veltrane_${folder}")
+  set(${out} ${name} PARENT_SCOPE)
+endfunction()
+
+function(veltrane_folder folder)
+  cmake_parse_arguments(ARG "WIDGETS" "EXECUTABLE" "USES;QT;LINKS" ${ARGN})
+  set(dir ${CMAKE_SOURCE_DIR}/${folder})
+  file(GLOB sources CONFIGURE_DEPENDS ${dir}/*.cpp ${dir}/*.h ${dir}/*.ui ${dir}/*.qrc)
+  if(ARG_EXECUTABLE)
+    set(target ${ARG_EXECUTABLE})
+    add_executable(${target} ${sources})
+  else()
+    veltrane_target_name(target ${folder})
+    add_library(${target} STATIC ${sources})
+  endif()
+
+  target_include_directories(${target} PUBLIC ${CMAKE_SOURCE_DIR})
+  target_link_libraries(${target} PRIVATE veltrane_warnings)
+  if(ARG_QT)
+    set_target_properties(${target} PROPERTIES AUTOMOC ON)
+    target_compile_definitions(${target} PRIVATE QT_NO_CAST_FROM_ASCII QT_NO_FOREACH QT_NO_KEYWORDS)
+    list(TRANSFORM ARG_QT PREPEND Qt6::)
+    target_link_libraries(${target} PUBLIC ${ARG_QT})
+  endif()
+  if(ARG_WIDGETS)
+    set_target_properties(${target} PROPERTIES AUTOUIC ON AUTORCC ON)
+  endif()
+  foreach(used IN LISTS ARG_USES)
+    veltrane_target_name(name ${used})
+    target_link_libraries(${target} PUBLIC ${name})
+  endforeach()
+  target_link_libraries(${target} PUBLIC ${ARG_LINKS})
+
+  set(code ${sources})
+  list(FILTER code INCLUDE REGEX "\\.(cpp|h)$")
+  string(REPLACE "/" "_" stampName ${folder})
+  set(stamp ${CMAKE_BINARY_DIR}/includes-${stampName}.ok)
+  list(JOIN ARG_USES "|" uses)
+  add_custom_command(OUTPUT ${stamp}
+    COMMAND ${CMAKE_COMMAND} -DROOT=${CMAKE_SOURCE_DIR} -DFOLDER=${folder} "-DUSES=${uses}"
+            -DWIDGETS=${ARG_WIDGETS} -DSTAMP=${stamp} -P ${CMAKE_SOURCE_DIR}/cmake/CheckIncludes.cmake
+    DEPENDS ${code} ${CMAKE_SOURCE_DIR}/cmake/CheckIncludes.cmake VERBATIM)
+  add_custom_target(${target}_includes DEPENDS ${stamp})
+  add_dependencies(${target} ${target}_includes)
+endfunction()

@@ -1,0 +1,20 @@
+// What the engine tells the main window. ui/frmMain keeps it.
+#pragma once
+
+namespace veltrane {
+
+class TreeView;
+
+class MainWindow {
+ public:
+  virtual ~MainWindow() = default;
+
+  virtual TreeView& SocketTree() = 0;
+  virtual bool KeepOnTop() const = 0;
+  virtual void RefreshPaneTitles() = 0;
+  /// Lets the working animation play while a connection lives.
+  virtual void CheckAnimation() = 0;
+  virtual void RepaintWindow() = 0;
+};
+
+}  // namespace veltrane

@@ -1,0 +1,56 @@
+// The settings store: sections and keys under an application's name, all values text, returned as they went
+// in. A section's name may contain backslashes. Names are compared without case. Nothing is cached: a change
+// by another program is seen at the next read.
+#pragma once
+
+#include <QList>
+#include <QString>
+#include <utility>
+
+namespace veltrane {
+
+/// A row of a section: key and value.
+using SettingRow = std::pair<QString, QString>;
+
+class SettingsStore {
+ public:
+  virtual ~SettingsStore() = default;
+
+  /// The stored text, or defaultValue when section or key does not exist.
+  virtual QString GetSetting(const QString& application, const QString& section, const QString& key,
+                             const QString& defaultValue) = 0;
+  /// Creates section and key as needed.
+  virtual void SaveSetting(const QString& application, const QString& section, const QString& key,
+                           const QString& value) = 0;
+  /// All rows of the section in the order in which they were first written.
+  virtual QList<SettingRow> GetAllSettings(const QString& application, const QString& section) = 0;
+  /// Removes a key. Fails with a bad argument when it is not there.
+  virtual void DeleteSetting(const QString& application, const QString& section, const QString& key) = 0;
+  /// Removes a section. Fails with a bad argument when it is not there.
+  virtual void DeleteSetting(const QString& application, const QString& section) = 0;
+};
+
+/// The store as this program uses it: one application's part.
+class ApplicationSettings {
+ public:
+  ApplicationSettings(SettingsStore& store, QString application)
+      : mStore(store), mApplication(std::move(application)) {}
+
+  QString Get(const QString& section, const QString& key, const QString& defaultValue = {}) const {
+    return mStore.GetSetting(mApplication, section, key, defaultValue);
+  }
+  void Save(const QString& section, const QString& key, const QString& value) const {
+    mStore.SaveSetting(mApplication, section, key, value);
+  }
+  QList<SettingRow> All(const QString& section) const { return mStore.GetAllSettings(mApplication, section); }
+  void Delete(const QString& section, const QString& key) const {
+    mStore.DeleteSetting(mApplication, section, key);
+  }
+  void DeleteSection(const QString& section) const { mStore.DeleteSetting(mApplication, section); }
+
+ private:
+  SettingsStore& mStore;
+  QString mApplication;
+};
+
+}  // namespace veltrane

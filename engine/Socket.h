@@ -1,0 +1,95 @@
+// The socket contract: what the logic needs of a TCP socket. engine/net keeps it with real sockets, the
+// tests with fakes, and one suite of tests runs against both.
+#pragma once
+
+#include <QString>
+#include <memory>
+
+#include "base/Payload.h"
+
+namespace veltrane {
+
+/// The states that the logic tests have fixed numbers, because they appear in reports.
+enum class SocketState : qint16 {
+  kClosed = 0,
+  kListening = 2,
+  kConnecting = 6,
+  kConnected = 7,
+  kPeerClosing = 8,  // the peer has closed; data may still wait to be read
+  kError = 9,
+};
+
+/// The events of one socket. All come from the event loop, never from inside a call on the socket.
+class SocketEvents {
+ public:
+  virtual ~SocketEvents() = default;
+
+  /// On a listening socket: a peer wants to connect. A request that no socket has accepted when this
+  /// returns is closed.
+  virtual void ConnectionRequest(qint32 requestId) { Q_UNUSED(requestId) }
+  /// The outgoing connection stands.
+  virtual void Connect() {}
+  /// bytes is how much there was when the event was raised; GetData hands over all that has arrived.
+  virtual void DataArrival(qsizetype bytes) { Q_UNUSED(bytes) }
+  /// All that SendData queued has left.
+  virtual void SendComplete() {}
+  /// The peer has closed, and all that it sent before has been announced.
+  virtual void Close() {}
+  /// The socket failed and is of no more use; number is one of engine/net's error table.
+  virtual void Error(qint32 number, const QString& description) {
+    Q_UNUSED(number)
+    Q_UNUSED(description)
+  }
+};
+
+/// A socket may be destroyed inside one of its own events.
+class Socket {
+ public:
+  virtual ~Socket() = default;
+
+  /// 0 until set, listening, connected or accepted.
+  virtual qint32 LocalPort() const = 0;
+  virtual void SetLocalPort(qint32 port) = 0;
+
+  // Addresses are dotted IPv4 text. They keep their last values after Close; before there is a
+  // connection those of the peer are empty, and LocalIP is the machine's own address.
+  virtual qint32 RemotePort() const = 0;
+  /// The peer's name as given to Connect; empty when unknown.
+  virtual QString RemoteHost() const = 0;
+  virtual QString RemoteHostIP() const = 0;
+  virtual QString LocalIP() const = 0;
+  virtual QString LocalHostName() const = 0;
+  virtual SocketState State() const = 0;
+
+  /// Listens on LocalPort on all addresses. Fails with the system's number (10048 in use, 10013 not
+  /// allowed, ...); the state is kListening when it returns.
+  virtual void Listen() = 0;
+  /// On a fresh socket, inside the ConnectionRequest event: takes that connection over.
+  virtual void Accept(qint32 requestId) = 0;
+  /// Starts an outgoing connection to a name or a dotted address. The result is the event Connect or Error;
+  /// what is impossible from the start (a port that cannot exist) fails at once.
+  virtual void Connect(const QString& remoteHost, qint32 remotePort) = 0;
+  /// Queues data; SendComplete follows as a later event, once for all that is queued by then. Sending
+  /// nothing does nothing. Fails when the socket is not connected.
+  virtual void SendData(const Payload& data) = 0;
+  /// Takes all that has arrived.
+  virtual Payload GetData() = 0;
+  /// Closes. What is queued still goes out, as long as the peer takes it. No event follows.
+  virtual void Close() = 0;
+
+  /// Free text for the owner.
+  const QString& Tag() const { return mTag; }
+  void SetTag(const QString& tag) { mTag = tag; }
+
+ private:
+  QString mTag;
+};
+
+class SocketFactory {
+ public:
+  virtual ~SocketFactory() = default;
+  /// events is borrowed and must outlive the socket.
+  virtual std::unique_ptr<Socket> CreateSocket(SocketEvents& events) = 0;
+};
+
+}  // namespace veltrane

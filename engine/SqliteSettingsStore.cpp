@@ -1,0 +1,287 @@
+#include "engine/SqliteSettingsStore.h"
+
+#include <sqlite3.h>
+#include <sys/stat.h>
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <array>
+#include <initializer_list>
+
+namespace veltrane {
+namespace {
+
+// How long an operation waits for another program that holds the file. The thread waits with it.
+constexpr int kBusyTimeoutMs = 500;
+
+constexpr std::array kFilesBesideTheStore{"", "-wal", "-shm", "-journal"};
+
+bool IsCorrupt(int result) {
+  const int primary = result & 0xff;
+  return primary == SQLITE_CORRUPT || primary == SQLITE_NOTADB;
+}
+
+bool IsLocked(int result) {
+  const int primary = result & 0xff;
+  return primary == SQLITE_BUSY || primary == SQLITE_LOCKED;
+}
+
+QString TimeForFileName(const LocalTime& time) {
+  return QString::asprintf("%04d%02d%02d-%02d%02d%02d", time.year, time.month, time.day, time.hour, time.minute,
+                           time.second);
+}
+
+}  // namespace
+
+/// A prepared statement. One run at a time: Start, then Step until false, which frees it for the next.
+class SqliteSettingsStore::Statement {
+ public:
+  Statement(SqliteSettingsStore& store, const char* sql) : mStore(store) {
+    if (sqlite3_prepare_v3(store.mDatabase, sql, -1, SQLITE_PREPARE_PERSISTENT, &mStatement, nullptr) !=
+        SQLITE_OK) {
+      store.Fail();
+    }
+  }
+  ~Statement() { sqlite3_finalize(mStatement); }
+  Statement(const Statement&) = delete;
+  Statement& operator=(const Statement&) = delete;
+
+  void Start(std::initializer_list<QString> arguments) {
+    sqlite3_reset(mStatement);
+    int index = 0;
+    for (const QString& argument : arguments) {
+      const QByteArray text = argument.toUtf8();
+      sqlite3_bind_text64(mStatement, ++index, text.constData(), static_cast<sqlite3_uint64>(text.size()),
+                          SQLITE_TRANSIENT, SQLITE_UTF8);
+    }
+  }
+
+  /// True when there is a row. After the last row, or a failure, the file is free again.
+  bool Step() {
+    const int result = sqlite3_step(mStatement);
+    if (result == SQLITE_ROW) return true;
+    if (result != SQLITE_DONE) {
+      const QString problem = mStore.Problem();
+      sqlite3_reset(mStatement);
+      throw Failure(FailureNumber::kStore, problem);
+    }
+    sqlite3_reset(mStatement);
+    return false;
+  }
+
+  QString Text(int column) const {
+    const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(mStatement, column));
+    return QString::fromUtf8(text, sqlite3_column_bytes(mStatement, column));
+  }
+
+  void Stop() { sqlite3_reset(mStatement); }
+
+  /// Runs to the end; the number of rows that changed.
+  int Run(std::initializer_list<QString> arguments) {
+    Start(arguments);
+    while (Step()) {
+    }
+    return sqlite3_changes(mStore.mDatabase);
+  }
+
+ private:
+  SqliteSettingsStore& mStore;
+  sqlite3_stmt* mStatement = nullptr;
+};
+
+SqliteSettingsStore::SqliteSettingsStore(const QString& path, const Clock& clock, ErrorSink& errors)
+    : mPath(path), mClock(clock) {
+  Open(errors);
+}
+
+SqliteSettingsStore::~SqliteSettingsStore() {
+  // At rest the store is one plain file, which can be read from a folder that cannot be written.
+  if (mDatabase) {
+    CloseStatements();
+    sqlite3_exec(mDatabase, "PRAGMA journal_mode = DELETE", nullptr, nullptr, nullptr);
+  }
+  CloseFile();
+}
+
+void SqliteSettingsStore::Open(ErrorSink& errors) {
+  const QString folder = QFileInfo(mPath).path();
+  if (!QFileInfo::exists(folder)) {
+    QDir().mkpath(folder);
+    ::chmod(QFile::encodeName(folder).constData(), S_IRWXU);
+  }
+  if (OpenForWriting()) return;
+  if (IsCorrupt(mOpenResult)) {
+    SetAside(errors);
+    return;
+  }
+  if (!IsLocked(mOpenResult) && OpenForReading()) {
+    errors.LogError(QStringLiteral("The settings file ") + mPath +
+                    QStringLiteral(" cannot be written. Veltrane runs with the settings that it holds; changes "
+                                   "will not be kept. Give yourself the right to write the file and its folder, "
+                                   "then start Veltrane again."));
+    return;
+  }
+  mWhyUnusable = IsLocked(mOpenResult)
+                     ? QStringLiteral("The settings file ") + mPath +
+                           QStringLiteral(" is locked by another program. Veltrane runs with its default "
+                                          "settings, and changes will not be kept. End the other program, then "
+                                          "start Veltrane again.")
+                     : QStringLiteral("The settings file ") + mPath +
+                           QStringLiteral(" cannot be opened (") + Problem() +
+                           QStringLiteral("). Veltrane runs with its default settings, and changes will not be "
+                                          "kept. Make the file and its folder accessible, then start Veltrane "
+                                          "again.");
+  CloseFile();
+  errors.LogError(mWhyUnusable);
+}
+
+bool SqliteSettingsStore::OpenForWriting() {
+  CloseFile();
+  const QByteArray name = mPath.toUtf8();
+  mOpenResult =
+      sqlite3_open_v2(name.constData(), &mDatabase, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
+  if (mOpenResult != SQLITE_OK) return false;
+  ::chmod(QFile::encodeName(mPath).constData(), S_IRUSR | S_IWUSR);
+  sqlite3_busy_timeout(mDatabase, kBusyTimeoutMs);
+  try {
+    if (sqlite3_db_readonly(mDatabase, "main") != 0) {
+      mOpenResult = SQLITE_READONLY;
+      return false;
+    }
+    // The write-ahead log makes each write whole without waiting for the disk at every one of them: a
+    // handler writes rows while traffic runs.
+    Execute("PRAGMA journal_mode = WAL");
+    Execute("PRAGMA synchronous = NORMAL");
+    Execute("CREATE TABLE IF NOT EXISTS settings (application TEXT, section TEXT, key TEXT, value TEXT)");
+    Execute(
+        "CREATE INDEX IF NOT EXISTS settings_by_name ON settings (application COLLATE NOCASE, section COLLATE "
+        "NOCASE, key COLLATE NOCASE)");
+    Prepare();
+    return true;
+  } catch (const Failure&) {
+    mOpenResult = sqlite3_errcode(mDatabase);
+    return false;
+  }
+}
+
+bool SqliteSettingsStore::OpenForReading() {
+  CloseFile();
+  const QByteArray name = mPath.toUtf8();
+  mOpenResult = sqlite3_open_v2(name.constData(), &mDatabase, SQLITE_OPEN_READONLY, nullptr);
+  if (mOpenResult != SQLITE_OK) return false;
+  sqlite3_busy_timeout(mDatabase, kBusyTimeoutMs);
+  try {
+    Prepare();
+    return true;
+  } catch (const Failure&) {
+    mOpenResult = sqlite3_errcode(mDatabase);
+    return false;
+  }
+}
+
+void SqliteSettingsStore::Prepare() {
+  const auto prepare = [this](const char* sql) { return std::make_unique<Statement>(*this, sql); };
+  mGet = prepare(
+      "SELECT value FROM settings WHERE application = ? COLLATE NOCASE AND section = ? COLLATE NOCASE AND key = "
+      "? COLLATE NOCASE ORDER BY rowid LIMIT 1");
+  mAll = prepare(
+      "SELECT key, value FROM settings WHERE application = ? COLLATE NOCASE AND section = ? COLLATE NOCASE ORDER "
+      "BY rowid");
+  mUpdate = prepare(
+      "UPDATE settings SET value = ?4 WHERE application = ?1 COLLATE NOCASE AND section = ?2 COLLATE NOCASE AND "
+      "key = ?3 COLLATE NOCASE");
+  mInsert = prepare("INSERT INTO settings (application, section, key, value) VALUES (?, ?, ?, ?)");
+  mDeleteKey = prepare(
+      "DELETE FROM settings WHERE application = ? COLLATE NOCASE AND section = ? COLLATE NOCASE AND key = ? "
+      "COLLATE NOCASE");
+  mDeleteSection = prepare(
+      "DELETE FROM settings WHERE application = ? COLLATE NOCASE AND section = ? COLLATE NOCASE");
+}
+
+// The damaged file is kept for the user, and a fresh one takes its place.
+void SqliteSettingsStore::SetAside(ErrorSink& errors) {
+  CloseFile();
+  const QString kept = mPath + QStringLiteral(".damaged-") + TimeForFileName(mClock.Now());
+  bool moved = true;
+  for (const char* const ending : kFilesBesideTheStore) {
+    const QLatin1String suffix(ending);
+    if (QFile::exists(mPath + suffix)) moved = QFile::rename(mPath + suffix, kept + suffix) && moved;
+  }
+  if (moved && OpenForWriting()) {
+    errors.LogError(QStringLiteral("The settings file ") + mPath +
+                    QStringLiteral(" is damaged. It was set aside as ") + kept +
+                    QStringLiteral(", and Veltrane starts with its default settings."));
+    return;
+  }
+  mWhyUnusable = QStringLiteral("The settings file ") + mPath +
+                 QStringLiteral(" is damaged and cannot be set aside as ") + kept +
+                 QStringLiteral(". Veltrane runs with its default settings, and changes will not be kept. Move "
+                                "the file away, then start Veltrane again.");
+  CloseFile();
+  errors.LogError(mWhyUnusable);
+}
+
+void SqliteSettingsStore::CloseStatements() {
+  for (auto* statement : {&mGet, &mAll, &mUpdate, &mInsert, &mDeleteKey, &mDeleteSection}) statement->reset();
+}
+
+void SqliteSettingsStore::CloseFile() {
+  CloseStatements();
+  sqlite3_close(mDatabase);
+  mDatabase = nullptr;
+}
+
+void SqliteSettingsStore::Execute(const char* sql) {
+  if (sqlite3_exec(mDatabase, sql, nullptr, nullptr, nullptr) != SQLITE_OK) Fail();
+}
+
+void SqliteSettingsStore::Fail() const { throw Failure(FailureNumber::kStore, Problem()); }
+
+QString SqliteSettingsStore::Problem() const {
+  if (!mDatabase) return QString::fromUtf8(sqlite3_errstr(mOpenResult));
+  return FailureText(FailureNumber::kStore) + QStringLiteral(" (") + mPath + QStringLiteral("): ") +
+         QString::fromUtf8(sqlite3_errmsg(mDatabase));
+}
+
+void SqliteSettingsStore::RequireUsable() const {
+  if (!mWhyUnusable.isEmpty()) throw Failure(FailureNumber::kStore, mWhyUnusable);
+}
+
+QString SqliteSettingsStore::GetSetting(const QString& application, const QString& section, const QString& key,
+                                        const QString& defaultValue) {
+  if (!mWhyUnusable.isEmpty()) return defaultValue;
+  mGet->Start({application, section, key});
+  if (!mGet->Step()) return defaultValue;
+  QString value = mGet->Text(0);
+  mGet->Stop();
+  return value;
+}
+
+QList<SettingRow> SqliteSettingsStore::GetAllSettings(const QString& application, const QString& section) {
+  QList<SettingRow> rows;
+  if (!mWhyUnusable.isEmpty()) return rows;
+  mAll->Start({application, section});
+  while (mAll->Step()) rows.append({mAll->Text(0), mAll->Text(1)});
+  return rows;
+}
+
+void SqliteSettingsStore::SaveSetting(const QString& application, const QString& section, const QString& key,
+                                      const QString& value) {
+  RequireUsable();
+  // No transaction around the two: the second statement runs only where the first found nothing to change.
+  if (mUpdate->Run({application, section, key, value}) == 0) mInsert->Run({application, section, key, value});
+}
+
+void SqliteSettingsStore::DeleteSetting(const QString& application, const QString& section,
+                                        const QString& key) {
+  RequireUsable();
+  if (mDeleteKey->Run({application, section, key}) == 0) throw Failure(FailureNumber::kBadArgument);
+}
+
+void SqliteSettingsStore::DeleteSetting(const QString& application, const QString& section) {
+  RequireUsable();
+  if (mDeleteSection->Run({application, section}) == 0) throw Failure(FailureNumber::kBadArgument);
+}
+
+}  // namespace veltrane

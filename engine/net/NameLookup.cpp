@@ -1,0 +1,124 @@
+#include "engine/net/NameLookup.h"
+
+#include <netdb.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <thread>
+#include <utility>
+
+#include "engine/net/SocketErrors.h"
+
+namespace veltrane {
+namespace {
+
+// A name server that does not answer holds a worker for half a minute; so many names may hang before others
+// have to wait.
+constexpr int kMostWorkers = 32;
+
+}  // namespace
+
+struct NameLookup::Shared {
+  explicit Shared(Resolver resolve)
+      : resolver(std::move(resolve)), descriptor(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)) {
+    if (descriptor < 0) throw SocketFailure(errno);
+  }
+  ~Shared() { ::close(descriptor); }
+  Shared(const Shared&) = delete;
+  Shared& operator=(const Shared&) = delete;
+
+  const Resolver resolver;
+  const int descriptor;
+  std::mutex mutex;
+  std::condition_variable wake;
+  std::deque<std::pair<quint64, std::string>> questions;
+  std::vector<std::pair<quint64, Result>> answers;
+  int workers = 0;
+  int idle = 0;
+  bool ended = false;
+};
+
+NameLookup::NameLookup(Resolver resolver) : mShared(std::make_shared<Shared>(std::move(resolver))) {}
+
+NameLookup::~NameLookup() {
+  const std::lock_guard lock(mShared->mutex);
+  mShared->ended = true;
+  mShared->questions.clear();
+  mShared->wake.notify_all();
+}
+
+int NameLookup::Descriptor() const { return mShared->descriptor; }
+
+quint64 NameLookup::Start(const QString& name, Answer answer) {
+  const quint64 number = ++mLastNumber;
+  mWaiting.emplace(number, std::move(answer));
+  const std::lock_guard lock(mShared->mutex);
+  mShared->questions.emplace_back(number, name.toStdString());
+  const bool allBusy = mShared->idle < static_cast<int>(mShared->questions.size());
+  if (allBusy && mShared->workers < kMostWorkers) {
+    ++mShared->workers;
+    std::thread(Work, mShared).detach();
+  }
+  mShared->wake.notify_one();
+  return number;
+}
+
+void NameLookup::Cancel(quint64 number) { mWaiting.erase(number); }
+
+void NameLookup::Work(const std::shared_ptr<Shared>& shared) {
+  std::unique_lock lock(shared->mutex);
+  while (true) {
+    ++shared->idle;
+    shared->wake.wait(lock, [&] { return shared->ended || !shared->questions.empty(); });
+    --shared->idle;
+    if (shared->ended) return;
+    const auto [number, name] = std::move(shared->questions.front());
+    shared->questions.pop_front();
+    lock.unlock();
+    Result result = shared->resolver(name);
+    lock.lock();
+    if (shared->ended) return;
+    shared->answers.emplace_back(number, std::move(result));
+    eventfd_write(shared->descriptor, 1);
+  }
+}
+
+void NameLookup::DeliverAnswers() {
+  std::vector<std::pair<quint64, Result>> answers;
+  {
+    const std::lock_guard lock(mShared->mutex);
+    eventfd_t ignored = 0;
+    eventfd_read(mShared->descriptor, &ignored);
+    answers.swap(mShared->answers);
+  }
+  for (const auto& [number, result] : answers) {
+    const auto found = mWaiting.find(number);
+    if (found == mWaiting.end()) continue;
+    const Answer answer = std::move(found->second);
+    mWaiting.erase(found);
+    answer(result);
+  }
+}
+
+NameLookup::Result NameLookup::SystemResolver(const std::string& name) {
+  addrinfo hints{};
+  hints.ai_family = AF_INET;
+  hints.ai_socktype = SOCK_STREAM;
+  addrinfo* found = nullptr;
+  Result result;
+  result.lookupError = getaddrinfo(name.c_str(), nullptr, &hints, &found);
+  result.systemError = errno;
+  if (result.lookupError != 0) return result;
+  for (const addrinfo* entry = found; entry; entry = entry->ai_next) {
+    result.addresses.push_back(reinterpret_cast<const sockaddr_in*>(entry->ai_addr)->sin_addr);
+  }
+  freeaddrinfo(found);
+  if (result.addresses.empty()) result.lookupError = EAI_NONAME;
+  return result;
+}
+
+}  // namespace veltrane

@@ -1,0 +1,236 @@
+#include "engine/net/Reactor.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <utility>
+
+#include "engine/net/SocketErrors.h"
+#include "engine/net/TcpSocket.h"
+
+namespace veltrane {
+namespace {
+
+constexpr std::chrono::milliseconds kTurnBudget{4};
+/// How long what was posted may go on before bytes are read again; the rest of a long buffer drains later.
+constexpr std::chrono::milliseconds kPostedBudget{1};
+/// How long a closed connection may wait for the kernel to pass its last bytes on.
+constexpr std::chrono::seconds kLingerTime{30};
+constexpr qint32 kSweepIntervalMs = 1000;
+constexpr int kBatch = 64;
+
+void Close(int& descriptor) {
+  if (descriptor >= 0) ::close(descriptor);
+  descriptor = -1;
+}
+
+}  // namespace
+
+/// Keeps what a turn's batch may still name in memory until the outermost turn is over.
+struct Reactor::TurnScope {
+  explicit TurnScope(Reactor& reactor) : mReactor(reactor) { ++reactor.mTurnDepth; }
+  ~TurnScope() {
+    if (--mReactor.mTurnDepth == 0) std::exchange(mReactor.mGraveyard, {}).clear();
+  }
+  TurnScope(const TurnScope&) = delete;
+  TurnScope& operator=(const TurnScope&) = delete;
+
+ private:
+  Reactor& mReactor;
+};
+
+Reactor::Reactor(const Clock& clock, TimerQueue& timers, NameLookup::Resolver resolver)
+    : mClock(clock),
+      mLookup(std::move(resolver)),
+      mEpoll(epoll_create1(EPOLL_CLOEXEC)),
+      mWake(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)),
+      mReserve(fcntl(mWake, F_DUPFD_CLOEXEC, 0)),
+      mScratch(static_cast<std::size_t>(kReadLimit)),
+      mSweep(timers, [this] { SweepLingering(); }) {
+  if (mEpoll < 0 || mWake < 0) throw SocketFailure(errno);
+  epoll_event event{};
+  event.events = EPOLLIN;
+  event.data.ptr = this;
+  epoll_ctl(mEpoll, EPOLL_CTL_ADD, mWake, &event);
+  event.data.ptr = &mLookup;
+  epoll_ctl(mEpoll, EPOLL_CTL_ADD, mLookup.Descriptor(), &event);
+  mSweep.SetEnabled(false);
+  mSweep.SetInterval(kSweepIntervalMs);
+}
+
+Reactor::~Reactor() {
+  for (const ChannelRef& channel : std::exchange(mLingering, {})) CloseChannel(channel);
+  for (const auto& request : mRequests) ::close(request.second);
+  Close(mReserve);
+  Close(mWake);
+  Close(mEpoll);
+}
+
+std::unique_ptr<Socket> Reactor::CreateSocket(SocketEvents& events) {
+  return std::make_unique<TcpSocket>(*this, events);
+}
+
+void Reactor::Turn() {
+  const TurnScope scope(*this);
+  mTurnEnd = mClock.Steady() + kTurnBudget;
+  std::array<epoll_event, kBatch> events{};
+  do {
+    ServePosted();
+    const int count = epoll_wait(mEpoll, events.data(), kBatch, 0);
+    if (count <= 0 && mPosted.empty()) return;
+    ServeBatch(events.data(), count);
+  } while (!BudgetIsSpent());
+  if (!mPosted.empty()) Wake();
+}
+
+bool Reactor::Wait(std::chrono::milliseconds atMost) {
+  pollfd ready{mEpoll, POLLIN, 0};
+  if (poll(&ready, 1, static_cast<int>(atMost.count())) <= 0) return false;
+  Turn();
+  return true;
+}
+
+void Reactor::ServeBatch(const epoll_event* events, int count) {
+  // What can be written first: it makes room before more is read.
+  for (int i = 0; i < count; ++i) {
+    if (events[i].data.ptr == this || events[i].data.ptr == &mLookup) continue;
+    Channel& channel = *static_cast<Channel*>(events[i].data.ptr);
+    if ((events[i].events & ~EPOLLIN) != 0 && channel.IsOpen()) channel.Writable();
+  }
+  for (int i = 0; i < count; ++i) {
+    ServePosted();
+    if (events[i].data.ptr == this) {
+      eventfd_t ignored = 0;
+      eventfd_read(mWake, &ignored);
+    } else if (events[i].data.ptr == &mLookup) {
+      mLookup.DeliverAnswers();
+    } else {
+      const ChannelRef channel = static_cast<Channel*>(events[i].data.ptr)->shared_from_this();
+      if ((events[i].events & ~EPOLLOUT) != 0 && channel->IsOpen()) channel->Readable();
+      if (!mLingering.empty() && mLingering.contains(channel) && channel->IsDrained()) EndLingering(channel);
+    }
+  }
+}
+
+void Reactor::Watch(Channel& channel, quint32 events) {
+  if (!channel.IsOpen() || (channel.mIsWatched && channel.mWatched == events)) return;
+  if (events == 0) {
+    // Taken out altogether: a descriptor with no interest left would still report that its peer hung up.
+    if (channel.mIsWatched) epoll_ctl(mEpoll, EPOLL_CTL_DEL, channel.Descriptor(), nullptr);
+    channel.mIsWatched = false;
+    return;
+  }
+  epoll_event event{};
+  event.events = events;
+  event.data.ptr = &channel;
+  const int operation = channel.mIsWatched ? EPOLL_CTL_MOD : EPOLL_CTL_ADD;
+  if (epoll_ctl(mEpoll, operation, channel.Descriptor(), &event) != 0) throw SocketFailure(errno);
+  channel.mIsWatched = true;
+  channel.mWatched = events;
+}
+
+void Reactor::Post(const ChannelRef& channel) {
+  if (std::exchange(channel->mIsPosted, true)) return;
+  mPosted.push_back(channel);
+  if (mTurnDepth == 0 && mPosted.size() == 1) Wake();
+}
+
+void Reactor::ServePosted() {
+  if (mPosted.empty()) return;
+  const Clock::Instant end = mClock.Steady() + kPostedBudget;
+  while (!mPosted.empty()) {
+    for (const ChannelRef& channel : std::exchange(mPosted, {})) {
+      channel->mIsPosted = false;
+      if (channel->IsOpen()) channel->ServePosted();
+    }
+    if (mClock.Steady() >= end) return;
+  }
+}
+
+void Reactor::Wake() { eventfd_write(mWake, 1); }
+
+void Reactor::Release(const ChannelRef& channel) {
+  if (!channel->IsOpen()) return;
+  if (!channel->MustLinger()) {
+    CloseChannel(channel);
+    return;
+  }
+  channel->mLingersSince = mClock.Steady();
+  mLingering.insert(channel);
+  mSweep.SetEnabled(true);
+}
+
+void Reactor::EndLingering(const ChannelRef& channel) {
+  mLingering.erase(channel);
+  CloseChannel(channel);
+}
+
+void Reactor::CloseChannel(const ChannelRef& channel) {
+  const int descriptor = channel->Descriptor();
+  if (channel->mIsWatched) epoll_ctl(mEpoll, EPOLL_CTL_DEL, descriptor, nullptr);
+  channel->Forget();
+  if (mTurnDepth > 0) mGraveyard.push_back(channel);
+  CloseDescriptor(descriptor);
+}
+
+void Reactor::CloseDescriptor(int descriptor) {
+  ::close(descriptor);
+  if (mReserve < 0) mReserve = fcntl(mWake, F_DUPFD_CLOEXEC, 0);
+  ResumeListeners();
+}
+
+int Reactor::OpenSocket() {
+  constexpr int kType = SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC;
+  int descriptor = ::socket(AF_INET, kType, 0);
+  if (descriptor < 0 && errno == EMFILE && mReserve >= 0) {
+    Close(mReserve);
+    descriptor = ::socket(AF_INET, kType, 0);
+  }
+  if (descriptor < 0) throw SocketFailure(errno);
+  return descriptor;
+}
+
+qint32 Reactor::KeepRequest(int descriptor) {
+  mRequests.emplace(++mLastRequest, descriptor);
+  return mLastRequest;
+}
+
+int Reactor::TakeRequest(qint32 requestId) {
+  const auto found = mRequests.find(requestId);
+  if (found == mRequests.end()) return -1;
+  const int descriptor = found->second;
+  mRequests.erase(found);
+  return descriptor;
+}
+
+bool Reactor::WaitForDescriptors(const ChannelRef& listener) {
+  Watch(*listener, 0);
+  mStarvedListeners.push_back(listener);
+  // Descriptors may also come free where nothing tells it here: the sweep tries again.
+  mSweep.SetEnabled(true);
+  return !std::exchange(mShortageReported, true);
+}
+
+void Reactor::ResumeListeners() {
+  for (const std::weak_ptr<Channel>& starved : std::exchange(mStarvedListeners, {})) {
+    if (const ChannelRef listener = starved.lock()) Watch(*listener, EPOLLIN);
+  }
+}
+
+void Reactor::SweepLingering() {
+  const std::vector<ChannelRef> lingering(mLingering.begin(), mLingering.end());
+  for (const ChannelRef& channel : lingering) {
+    const bool tooLong = mClock.Steady() - channel->mLingersSince > kLingerTime && !channel->HoldsBytes();
+    if (tooLong || channel->IsDrained()) EndLingering(channel);
+  }
+  mSweep.SetEnabled(!mLingering.empty() || !mStarvedListeners.empty());
+  ResumeListeners();
+}
+
+}  // namespace veltrane

@@ -1,0 +1,137 @@
+#include "forms/TreeView.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/Failure.h"
+
+namespace veltrane {
+namespace {
+
+const auto kBySerial = [](const TreeNodeRef& left, const TreeNode& right) {
+  return left->Serial() < right.Serial();
+};
+
+}  // namespace
+
+void TreeNode::SetKey(const QString& key) {
+  if (key == mKey) return;
+  if (mTree) {
+    if (mTree->mNodes.contains(key)) throw Failure(FailureNumber::kDuplicateKey);
+    mTree->mNodes.remove(mKey);
+    mTree->mNodes.insert(key, this);
+  }
+  mKey = key;
+}
+
+TreeView::~TreeView() { Clear(); }
+
+TreeNode& TreeView::Node(const QString& key) const {
+  TreeNode* node = Find(key);
+  if (!node) throw Failure(FailureNumber::kBadArgument);
+  return *node;
+}
+
+TreeNode& TreeView::Add(const QString& parentKey, const QString& key, const QString& text,
+                        const QString& image) {
+  TreeNode* parent = parentKey.isEmpty() ? nullptr : &Node(parentKey);
+  if (Contains(key)) throw Failure(FailureNumber::kDuplicateKey);
+  const auto node = std::make_shared<TreeNode>();
+  node->mTree = this;
+  node->mParent = parent;
+  node->mSerial = ++mLastSerial;
+  node->mKey = key;
+  node->mText = text;
+  node->mImage = image;
+  node->mBefore = mLast;
+  (mLast ? mLast->mAfter : mFirst) = node.get();
+  mLast = node.get();
+  mNodes.insert(key, node.get());
+  mSerials.insert(node->mSerial, node.get());
+  (parent ? parent->mChildren : mTop).push_back(node);
+  TouchChildren(parent);
+  return *node;
+}
+
+std::deque<TreeNodeRef>& TreeView::Siblings(const TreeNode& node) {
+  return node.mParent ? node.mParent->mChildren : mTop;
+}
+
+TreeNodeRef TreeView::Keep(TreeNode& node) {
+  if (!node.mTree) throw Failure(FailureNumber::kBadArgument);
+  const auto& siblings = node.mTree->Siblings(node);
+  return *std::lower_bound(siblings.begin(), siblings.end(), node, kBySerial);
+}
+
+void TreeView::Remove(const QString& key) { Remove(Node(key)); }
+
+void TreeView::Remove(TreeNode& node) {
+  if (node.mTree != this) throw Failure(FailureNumber::kBadArgument);
+  auto& siblings = Siblings(node);
+  const auto at = std::lower_bound(siblings.begin(), siblings.end(), node, kBySerial);
+  const TreeNodeRef keep = *at;
+  TreeNode* parent = node.mParent;
+  const bool selectedOutside = mSelected != nullptr;
+  siblings.erase(at);
+  Detach(node);
+  TouchChildren(parent);
+  if (selectedOutside && !mSelected) SetSelectedItem(parent);
+}
+
+void TreeView::Detach(TreeNode& node) {
+  for (const TreeNodeRef& child : node.mChildren) Detach(*child);
+  node.mChildren.clear();
+  (node.mBefore ? node.mBefore->mAfter : mFirst) = node.mAfter;
+  (node.mAfter ? node.mAfter->mBefore : mLast) = node.mBefore;
+  node.mBefore = node.mAfter = nullptr;
+  mNodes.remove(node.mKey);
+  mSerials.remove(node.mSerial);
+  mChanges.parents.erase(node.mSerial);
+  mChanges.nodes.erase(node.mSerial);
+  if (mSelected == &node) mSelected = nullptr;
+  node.mTree = nullptr;
+  node.mParent = nullptr;
+}
+
+void TreeView::Touch(const TreeNode& node) {
+  mChanges.nodes.insert(node.mSerial);
+  Note();
+}
+
+void TreeView::TouchChildren(const TreeNode* parent) {
+  mChanges.parents.insert(parent ? parent->mSerial : 0);
+  Note();
+}
+
+void TreeView::Note() {
+  if (std::exchange(mNoted, true)) return;
+  Q_EMIT Changed();
+}
+
+TreeView::Changes TreeView::TakeChanges() {
+  mNoted = false;
+  return std::exchange(mChanges, {});
+}
+
+void TreeView::Clear() {
+  while (!mTop.empty()) Remove(*mTop.back());
+}
+
+void TreeView::SetSelectedItem(TreeNode* node) {
+  if (std::exchange(mSelected, node) != node) Note();
+}
+
+void TreeView::ClickNode(TreeNode& node) {
+  SetSelectedItem(&node);
+  if (OnNodeClick) OnNodeClick(node);
+}
+
+void TreeView::DoubleClick() {
+  if (OnDblClick) OnDblClick();
+}
+
+void TreeView::MouseDown(TreeNode* node, bool right, int x, int y) {
+  if (OnMouseDown) OnMouseDown(node, right, x, y);
+}
+
+}  // namespace veltrane

@@ -1,0 +1,25 @@
+// Pass Through: relays to one fixed server for each listening port. SMTP is served this way.
+#pragma once
+
+#include "protocols/RelayHandler.h"
+
+namespace veltrane {
+
+class ProtocolPassThru : public RelayHandler {
+ public:
+  using RelayHandler::RelayHandler;
+
+  QString GetProtocolName() const override;
+  void ShowProperties(qint32 lngPort, Form* frmParent) override;
+
+ protected:
+  const FailureTexts& Texts() const override;
+  void BeginConnection() override;
+  QString RejectedProtocolName() const override;
+
+ private:
+  /// The destination that the store has for a listening port. False only after a failure.
+  bool GetDestinationServer(qint32 lngListeningPort, QString& strServer, qint32& lngPort);
+};
+
+}  // namespace veltrane

@@ -1,0 +1,76 @@
+// A settings store in memory, which can be told to fail.
+#pragma once
+
+#include <QList>
+
+#include "base/Failure.h"
+#include "engine/SettingsStore.h"
+
+namespace veltrane {
+
+class MemoryStore : public SettingsStore {
+ public:
+  struct Row {
+    QString application, section, key, value;
+  };
+
+  QString GetSetting(const QString& application, const QString& section, const QString& key,
+                     const QString& defaultValue) override {
+    ++mReads;
+    MaybeFail(mFailReads);
+    const int at = Find(application, section, key);
+    return at < 0 ? defaultValue : mRows[at].value;
+  }
+  void SaveSetting(const QString& application, const QString& section, const QString& key,
+                   const QString& value) override {
+    if (mWritesBeforeFailure == 0) throw Failure(FailureNumber::kStore, QStringLiteral("store is full"));
+    if (mWritesBeforeFailure > 0) --mWritesBeforeFailure;
+    const int at = Find(application, section, key);
+    if (at < 0) {
+      mRows.append({application, section, key, value});
+    } else {
+      mRows[at].value = value;
+    }
+  }
+  QList<SettingRow> GetAllSettings(const QString& application, const QString& section) override {
+    MaybeFail(mFailReads);
+    QList<SettingRow> rows;
+    for (const Row& row : mRows) {
+      if (Same(row.application, application) && Same(row.section, section)) rows.append({row.key, row.value});
+    }
+    return rows;
+  }
+  void DeleteSetting(const QString& application, const QString& section, const QString& key) override {
+    const int at = Find(application, section, key);
+    if (at < 0) throw Failure(FailureNumber::kBadArgument);
+    mRows.removeAt(at);
+  }
+  void DeleteSetting(const QString& application, const QString& section) override {
+    const auto gone = mRows.removeIf(
+        [&](const Row& row) { return Same(row.application, application) && Same(row.section, section); });
+    if (gone == 0) throw Failure(FailureNumber::kBadArgument);
+  }
+
+  QList<Row> mRows;
+  int mReads = 0;
+  bool mFailReads = false;
+  int mWritesBeforeFailure = -1;  // -1: never fails
+
+ private:
+  static bool Same(const QString& left, const QString& right) {
+    return left.compare(right, Qt::CaseInsensitive) == 0;
+  }
+  static void MaybeFail(bool fail) {
+    if (fail) throw Failure(FailureNumber::kStore, QStringLiteral("store cannot be read"));
+  }
+  int Find(const QString& application, const QString& section, const QString& key) const {
+    for (int i = 0; i < mRows.size(); ++i) {
+      if (Same(mRows[i].application, application) && Same(mRows[i].section, section) && Same(mRows[i].key, key)) {
+        return i;
+      }
+    }
+    return -1;
+  }
+};
+
+}  // namespace veltrane
