@@ -36,8 +36,8 @@ bool TimerQueue::Earlier::operator()(const Timer* left, const Timer* right) cons
 void TimerQueue::Add(Timer& timer, Clock::Instant deadline) {
   timer.mDeadline = deadline;
   timer.mWaiting = true;
-  const bool first = mWaiting.insert(&timer).first == mWaiting.begin();
-  if (first && OnEarlierDeadline) OnEarlierDeadline();
+  mWaiting.insert(&timer);
+  if (*mWaiting.begin() == &timer && OnEarlierDeadline) OnEarlierDeadline();
 }
 
 void TimerQueue::Remove(Timer& timer) {

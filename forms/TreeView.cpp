@@ -20,6 +20,7 @@ void TreeNode::SetKey(const QString& key) {
     if (mTree->mNodes.contains(key)) throw Failure(FailureNumber::kDuplicateKey);
     mTree->mNodes.remove(mKey);
     mTree->mNodes.insert(key, this);
+    mTree->Touch(*this);
   }
   mKey = key;
 }

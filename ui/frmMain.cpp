@@ -55,7 +55,9 @@ void frmMain::Terminate() {
   mTerminating = true;
   // A pair's own event may have led here; the listener then lives until that event has returned.
   const std::shared_ptr<Listening> listening = mGeneral.gobjListening;
-  PastFailures([&] { listening->DeInitaliseListeningSockets(); });
+  PastFailures([&] {
+    if (listening) listening->DeInitaliseListeningSockets();
+  });
   mGeneral.gobjListening.reset();
   mGeneral.gblnClosing = true;
   for (Form* window : mSurroundings.windows) {

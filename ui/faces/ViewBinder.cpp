@@ -12,10 +12,37 @@
 namespace veltrane {
 namespace {
 
+/// Tells whether the user's hand is at work on a view at this moment: a view also changes its current row by
+/// itself, for instance when it gets the focus.
+class HandWatch : public QObject {
+ public:
+  explicit HandWatch(QAbstractItemView& view) {
+    view.installEventFilter(this);
+    view.viewport()->installEventFilter(this);
+  }
+
+  bool IsAtWork() const { return mAtWork; }
+  /// True once when the hand's last press has not been taken as a choice yet.
+  bool TakePress() { return std::exchange(mPressed, false); }
+
+ protected:
+  bool eventFilter(QObject*, QEvent* event) override {
+    if (event->type() != QEvent::KeyPress && event->type() != QEvent::MouseButtonPress) return false;
+    mAtWork = true;
+    mPressed = true;
+    QMetaObject::invokeMethod(this, [this] { mAtWork = false; }, Qt::QueuedConnection);
+    return false;
+  }
+
+ private:
+  bool mAtWork = false;
+  bool mPressed = false;
+};
+
 /// Shows a TreeView. Lives as long as the widget.
 class TreeBinding : public QObject {
  public:
-  TreeBinding(TreeView& tree, QTreeView& view) : QObject(&view), mTree(tree), mView(view), mModel(tree) {
+  TreeBinding(TreeView& tree, QTreeView& view) : QObject(&view), mTree(tree), mView(view), mModel(tree), mHand(view) {
     view.setModel(&mModel);
     view.setHeaderHidden(true);
     view.setUniformRowHeights(true);
@@ -45,15 +72,14 @@ class TreeBinding : public QObject {
     if (!mUpdating && node) node->SetExpanded(expanded);
   }
 
-  // A hand's choice arrives as a change of the current row, and as a click when the row was current before.
+  // A hand's choice arrives as a change of the current row, or as a click alone when the row was current
+  // before.
   void CurrentChanged(const QModelIndex& current) {
-    if (mUpdating) return;
-    mChangedByHand = true;
-    Choose(current);
+    if (!mUpdating && mHand.IsAtWork() && mHand.TakePress()) Choose(current);
   }
 
   void Clicked(const QModelIndex& index) {
-    if (!std::exchange(mChangedByHand, false)) Choose(index);
+    if (mHand.TakePress()) Choose(index);
   }
 
   void Choose(const QModelIndex& index) {
@@ -63,27 +89,28 @@ class TreeBinding : public QObject {
   TreeView& mTree;
   QTreeView& mView;
   TreeModel mModel;
+  HandWatch mHand;
   FrameUpdate* mUpdate = nullptr;
   bool mUpdating = false;
-  bool mChangedByHand = false;
 };
 
 /// Shows a ListView. Lives as long as the widget.
 class ListBinding : public QObject {
  public:
-  ListBinding(ListView& list, QTreeView& view) : QObject(&view), mList(list), mView(view), mModel(list) {
+  ListBinding(ListView& list, QTreeView& view) : QObject(&view), mList(list), mView(view), mModel(list), mHand(view) {
     view.setModel(&mModel);
     view.setRootIsDecorated(false);
     view.setUniformRowHeights(true);
     view.setAllColumnsShowFocus(true);
     view.header()->setSectionsClickable(true);
+    view.header()->setStretchLastSection(false);
     connect(view.header(), &QHeaderView::sectionClicked, this,
             [this](int section) { mList.ClickColumn(section + 1); });
     connect(&mModel, &QAbstractItemModel::modelReset, this, [this] { TakeWidths(); });
     connect(view.selectionModel(), &QItemSelectionModel::currentChanged, this,
             [this](const QModelIndex& current) {
               ListItem* item = mModel.ItemAt(current);
-              if (!mUpdating && item) mList.ClickItem(*item);
+              if (!mUpdating && item && mHand.IsAtWork()) mList.ClickItem(*item);
             });
     connect(&view, &QTreeView::doubleClicked, this, [this] { mList.DoubleClick(); });
     TakeWidths();
@@ -113,6 +140,7 @@ class ListBinding : public QObject {
   ListView& mList;
   QTreeView& mView;
   ListModel mModel;
+  HandWatch mHand;
   FrameUpdate* mUpdate = nullptr;
   bool mUpdating = false;
 };

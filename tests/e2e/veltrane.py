@@ -1,0 +1,256 @@
+"""Starts the built program on a private store and takes it down again; helpers for the tests beside it."""
+
+import hashlib
+import os
+import pathlib
+import shutil
+import signal
+import socket
+import sqlite3
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+START_PAUSE = 2.0  # how long the splash picture stands; connections wait meanwhile
+
+
+def program():
+    """The program under test: the last argument of the command line, or VELTRANE."""
+    return os.environ["VELTRANE"]
+
+
+def free_port():
+    """A port on which nobody listens at this moment."""
+    with socket.socket() as probe:
+        probe.bind(("127.0.0.1", 0))
+        return probe.getsockname()[1]
+
+
+def wait_for(condition, seconds=15, what="the condition"):
+    """Waits until condition() is true and gives what it gave."""
+    end = time.monotonic() + seconds
+    while True:
+        result = condition()
+        if result:
+            return result
+        if time.monotonic() > end:
+            raise AssertionError(f"waited {seconds} s in vain for {what}")
+        time.sleep(0.02)
+
+
+def listens(port):
+    """Whether somebody listens on the port, told without connecting to it."""
+    hexport = f"{port:04X}"
+    for line in pathlib.Path("/proc/net/tcp").read_text().splitlines()[1:]:
+        fields = line.split()
+        if fields[1].endswith(":" + hexport) and fields[3] == "0A":
+            return True
+    return False
+
+
+class Store:
+    """The program's settings store, as another program sees it."""
+
+    def __init__(self, path):
+        self.path = path
+
+    def connect(self):
+        self.path.parent.mkdir(mode=0o700, parents=True, exist_ok=True)
+        connection = sqlite3.connect(self.path, timeout=5, isolation_level=None)
+        connection.execute(
+            "CREATE TABLE IF NOT EXISTS settings (application TEXT, section TEXT, key TEXT, value TEXT)"
+        )
+        return connection
+
+    def get(self, section, key):
+        connection = self.connect()
+        row = connection.execute(
+            "SELECT value FROM settings WHERE section = ? COLLATE NOCASE AND key = ? COLLATE NOCASE",
+            (section, str(key)),
+        ).fetchone()
+        connection.close()
+        return row[0] if row else None
+
+    def set(self, section, key, value):
+        connection = self.connect()
+        done = connection.execute(
+            "UPDATE settings SET value = ? WHERE section = ? COLLATE NOCASE AND key = ? COLLATE NOCASE",
+            (str(value), section, str(key)),
+        )
+        if done.rowcount == 0:
+            connection.execute(
+                "INSERT INTO settings VALUES ('Veltrane', ?, ?, ?)", (section, str(key), str(value))
+            )
+        connection.close()
+
+    def section(self, section):
+        connection = self.connect()
+        rows = connection.execute(
+            "SELECT key, value FROM settings WHERE section = ? COLLATE NOCASE ORDER BY rowid", (section,)
+        ).fetchall()
+        connection.close()
+        return rows
+
+    def add_port(self, port, protocol="Pass Through", description="Test", server=None, server_port=None):
+        """A row of the port table, and the destination of a Pass Through port."""
+        self.set("PortsInUse", port, description)
+        self.set("Protocols", port, protocol)
+        if server:
+            section = f"Protocols\\Pass Through\\Port {port}"
+            self.set(section, "Server", server)
+            self.set(section, "Port", server_port)
+
+
+class Veltrane:
+    """One run of the program. By default the store is not that of a first run."""
+
+    def __init__(self, home=None, first_run=False, platform="offscreen", arguments=(), user=None):
+        self.own_home = home is None
+        self.home = pathlib.Path(home or tempfile.mkdtemp(prefix="veltrane-e2e-"))
+        self.store = Store(self.home / "config" / "Veltrane" / "settings.db")
+        self.platform = platform
+        self.arguments = list(arguments)
+        self.user = user
+        self.process = None
+        if not first_run:
+            self.store.set("FirstRun", "FirstRun", "False")
+            self.store.set("Options", "ShowConfigAtStartUp", "0")
+
+    def environment(self):
+        values = dict(os.environ)
+        values.update(
+            HOME=str(self.home),
+            XDG_CONFIG_HOME=str(self.home / "config"),
+            XDG_DATA_HOME=str(self.home / "data"),
+            XDG_RUNTIME_DIR=str(self.home),
+            QT_QPA_PLATFORM=self.platform,
+        )
+        # What the graphics libraries keep to the end is not ours to free.
+        suppressions = pathlib.Path(__file__).with_name("leaks.supp")
+        values["LSAN_OPTIONS"] = f"suppressions={suppressions}:print_suppressions=0"
+        return values
+
+    def start(self, listening=(), served=True):
+        """Starts the program and waits until the ports listen, and with served until they are served."""
+        command = [program(), *self.arguments]
+        if self.user is not None:
+            command = ["setpriv", f"--reuid={self.user}", f"--regid={self.user}", "--clear-groups", *command]
+        self.started = time.monotonic()
+        self.process = subprocess.Popen(
+            command, env=self.environment(), stdout=subprocess.PIPE, stderr=subprocess.STDOUT, cwd=self.home
+        )
+        for port in listening:
+            wait_for(lambda: listens(port) or self.ended(), 30, f"port {port} to listen")
+        if self.ended():
+            raise AssertionError("the program has ended: " + self.process.stdout.read().decode(errors="replace"))
+        if served:
+            time.sleep(max(0.0, START_PAUSE + 0.3 - (time.monotonic() - self.started)))
+        return self
+
+    def ended(self):
+        return self.process.poll() is not None
+
+    def descriptors(self):
+        """Descriptors of sockets that the program has open."""
+        folder = pathlib.Path(f"/proc/{self.process.pid}/fd")
+        count = 0
+        for entry in folder.iterdir():
+            try:
+                count += os.readlink(entry).startswith("socket:")
+            except FileNotFoundError:
+                pass
+        return count
+
+    def stop(self, with_signal=signal.SIGTERM, seconds=20):
+        """Ends the program as a user's session would; gives exit code and what it printed."""
+        if not self.ended():
+            self.process.send_signal(with_signal)
+        try:
+            output, _ = self.process.communicate(timeout=seconds)
+        except subprocess.TimeoutExpired:
+            self.process.kill()
+            output, _ = self.process.communicate()
+            raise AssertionError("the program did not end: " + output.decode(errors="replace")) from None
+        # The offscreen platform says this of every window; it is no word of the program's.
+        lines = output.decode(errors="replace").splitlines(keepends=True)
+        return self.process.returncode, "".join(line for line in lines if "propagateSizeHints" not in line)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        if self.process and not self.ended():
+            self.process.kill()
+        if self.process:
+            self.process.communicate()
+        if self.own_home:
+            shutil.rmtree(self.home, ignore_errors=True)
+
+
+def sha(data):
+    return hashlib.sha256(data).hexdigest()
+
+
+def which(*names):
+    """The first of the programs that is installed, or None."""
+    for name in names:
+        found = shutil.which(name, path=os.environ["PATH"] + ":/usr/sbin:/sbin")
+        if found:
+            return found
+    return None
+
+
+def windows(display, title):
+    """Ids of the visible windows whose title matches."""
+    done = subprocess.run(
+        ["xdotool", "search", "--onlyvisible", "--name", title],
+        env=dict(os.environ, DISPLAY=display),
+        capture_output=True,
+        text=True,
+        check=False,
+    )
+    return done.stdout.split()
+
+
+class Screen:
+    """A virtual display, with a window manager, for tests that look at windows."""
+
+    def __init__(self, size="1280x900x24"):
+        read, write = os.pipe()
+        self.server = subprocess.Popen(
+            ["Xvfb", "-displayfd", str(write), "-screen", "0", size, "-nolisten", "tcp"],
+            pass_fds=[write],
+            stderr=subprocess.DEVNULL,
+        )
+        os.close(write)
+        with os.fdopen(read) as pipe:
+            self.display = ":" + pipe.readline().strip()
+        self.environment = dict(os.environ, DISPLAY=self.display)
+        quiet = {"stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL}
+        self.manager = subprocess.Popen(["openbox"], env=self.environment, **quiet)
+        # A window that asks to be shown before the manager is ready may be forgotten.
+        check = ["xprop", "-root", "_NET_SUPPORTING_WM_CHECK"]
+        wait_for(
+            lambda: b"window id" in subprocess.run(check, env=self.environment, capture_output=True, check=False).stdout,
+            15,
+            "the window manager",
+        )
+
+    def tool(self, *arguments):
+        """Runs xdotool on this display."""
+        subprocess.run(["xdotool", *arguments], env=self.environment, check=True)
+
+    def close(self):
+        for process in (self.manager, self.server):
+            process.terminate()
+            process.wait()
+
+
+def main():
+    """Runs the tests of the calling file; the program's path may stand last on the command line."""
+    if len(sys.argv) > 1 and os.access(sys.argv[-1], os.X_OK) and "/" in sys.argv[-1]:
+        os.environ["VELTRANE"] = str(pathlib.Path(sys.argv.pop()).resolve())
+    unittest.main(verbosity=2)
+

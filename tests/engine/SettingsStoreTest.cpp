@@ -1,0 +1,247 @@
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <memory>
+
+#include "engine/SqliteSettingsStore.h"
+#include "tests/support/MemoryStore.h"
+#include "tests/support/World.h"
+
+namespace veltrane {
+namespace {
+
+const QString kApp = QStringLiteral("Veltrane");
+const QString kSection = QStringLiteral("Options");
+const QString kKey = QStringLiteral("NumberToKeep");
+
+struct SettingsStoreTest : testing::Test {
+  std::unique_ptr<SqliteSettingsStore> Open() {
+    return std::make_unique<SqliteSettingsStore>(path, clock, errors);
+  }
+  /// Runs SQL as another program would.
+  void Sql(const char* sql) const {
+    sqlite3* database = nullptr;
+    ASSERT_EQ(sqlite3_open(path.toUtf8().constData(), &database), SQLITE_OK);
+    EXPECT_EQ(sqlite3_exec(database, sql, nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(database);
+    sqlite3_close(database);
+  }
+
+  QTemporaryDir folder;
+  QString path = folder.filePath(QStringLiteral("conf/settings.db"));
+  FakeClock clock;
+  ErrorLog errors;
+};
+
+TEST_F(SettingsStoreTest, A_missing_key_gives_the_callers_default) {
+  const auto store = Open();
+  EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, QStringLiteral("100")), QStringLiteral("100"));
+  store->SaveSetting(kApp, kSection, kKey, QStringLiteral("7"));
+  EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, QStringLiteral("100")), QStringLiteral("7"));
+  EXPECT_EQ(store->GetSetting(kApp, QStringLiteral("Other"), kKey, QStringLiteral("d")), QStringLiteral("d"));
+  EXPECT_EQ(store->GetSetting(QStringLiteral("Other"), kSection, kKey, QStringLiteral("d")), QStringLiteral("d"));
+}
+
+TEST_F(SettingsStoreTest, Values_come_back_as_they_went_in) {
+  const QStringList values{QString(),
+                           QStringLiteral(" leading and trailing \t"),
+                           QStringLiteral("line\r\nbreaks\n\r"),
+                           QStringLiteral("quotes ' \" `"),
+                           QStringLiteral("; DROP TABLE settings; --"),
+                           QStringLiteral("Gr\u00fc\u00dfe \u65e5\u672c\u8a9e \U0001F600 \u202e"),
+                           QString(QStringLiteral("a") + QChar(0) + QStringLiteral("b")),
+                           QString(1000000, u'x')};
+  {
+    const auto store = Open();
+    for (int i = 0; i < values.size(); ++i) store->SaveSetting(kApp, kSection, QString::number(i), values[i]);
+    for (int i = 0; i < values.size(); ++i) {
+      EXPECT_EQ(store->GetSetting(kApp, kSection, QString::number(i), QStringLiteral("none")), values[i]);
+    }
+  }
+  const auto again = Open();
+  const QList<SettingRow> rows = again->GetAllSettings(kApp, kSection);
+  ASSERT_EQ(rows.size(), values.size());
+  for (int i = 0; i < values.size(); ++i) EXPECT_EQ(rows[i].second, values[i]);
+}
+
+TEST_F(SettingsStoreTest, Rows_come_in_the_order_in_which_they_were_first_written) {
+  const auto store = Open();
+  for (const int port : {25, 110, 8080, 21}) store->SaveSetting(kApp, kSection, QString::number(port), QStringLiteral("a"));
+  store->SaveSetting(kApp, kSection, QStringLiteral("110"), QStringLiteral("b"));
+  const QList<SettingRow> rows = store->GetAllSettings(kApp, kSection);
+  ASSERT_EQ(rows.size(), 4);
+  EXPECT_EQ(rows[0].first, QStringLiteral("25"));
+  EXPECT_EQ(rows[1], SettingRow(QStringLiteral("110"), QStringLiteral("b")));
+  EXPECT_EQ(rows[3].first, QStringLiteral("21"));
+  store->DeleteSetting(kApp, kSection, QStringLiteral("25"));
+  store->SaveSetting(kApp, kSection, QStringLiteral("25"), QStringLiteral("c"));
+  EXPECT_EQ(store->GetAllSettings(kApp, kSection).last().first, QStringLiteral("25"));
+}
+
+TEST_F(SettingsStoreTest, An_empty_section_has_no_rows) {
+  EXPECT_TRUE(Open()->GetAllSettings(kApp, kSection).isEmpty());
+}
+
+TEST_F(SettingsStoreTest, Names_are_compared_without_case) {
+  const auto store = Open();
+  store->SaveSetting(kApp, kSection, kKey, QStringLiteral("1"));
+  store->SaveSetting(QStringLiteral("VELTRANE"), QStringLiteral("options"), QStringLiteral("numbertokeep"),
+                     QStringLiteral("2"));
+  EXPECT_EQ(store->GetAllSettings(kApp, kSection), (QList<SettingRow>{{kKey, QStringLiteral("2")}}));
+  store->DeleteSetting(kApp, kSection, QStringLiteral("NUMBERTOKEEP"));
+  EXPECT_TRUE(store->GetAllSettings(kApp, kSection).isEmpty());
+}
+
+TEST_F(SettingsStoreTest, A_section_with_a_backslash_is_a_section_of_its_own) {
+  const auto store = Open();
+  store->SaveSetting(kApp, QStringLiteral("Protocols"), QStringLiteral("25"), QStringLiteral("x"));
+  store->SaveSetting(kApp, QStringLiteral("Protocols\\HTTP"), QStringLiteral("25"), QStringLiteral("y"));
+  EXPECT_EQ(store->GetAllSettings(kApp, QStringLiteral("Protocols")).size(), 1);
+  store->DeleteSetting(kApp, QStringLiteral("Protocols\\HTTP"));
+  EXPECT_EQ(store->GetSetting(kApp, QStringLiteral("Protocols"), QStringLiteral("25"), {}), QStringLiteral("x"));
+}
+
+TEST_F(SettingsStoreTest, Deleting_what_is_not_there_fails) {
+  const auto store = Open();
+  EXPECT_THROW(store->DeleteSetting(kApp, kSection, kKey), Failure);
+  EXPECT_THROW(store->DeleteSetting(kApp, kSection), Failure);
+  store->SaveSetting(kApp, kSection, kKey, QStringLiteral("1"));
+  store->DeleteSetting(kApp, kSection);
+  EXPECT_THROW(store->DeleteSetting(kApp, kSection), Failure);
+}
+
+TEST_F(SettingsStoreTest, A_change_by_another_program_is_seen_at_the_next_read) {
+  const auto store = Open();
+  store->SaveSetting(kApp, kSection, kKey, QStringLiteral("1"));
+  EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, {}), QStringLiteral("1"));
+  Sql("UPDATE settings SET value = '2' WHERE key = 'NumberToKeep'");
+  EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, {}), QStringLiteral("2"));
+  Sql("DELETE FROM settings");
+  EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, QStringLiteral("d")), QStringLiteral("d"));
+}
+
+TEST_F(SettingsStoreTest, A_file_made_by_hand_serves_as_well) {
+  QDir().mkpath(QFileInfo(path).path());
+  Sql("CREATE TABLE settings (application, section, key, value);"
+      "INSERT INTO settings VALUES ('Veltrane', 'Options', 'NumberToKeep', 55)");
+  const auto store = Open();
+  EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, {}), QStringLiteral("55"));
+  store->SaveSetting(kApp, kSection, kKey, QStringLiteral("56"));
+  EXPECT_EQ(store->GetAllSettings(kApp, kSection).size(), 1);
+  EXPECT_TRUE(errors.mTexts.isEmpty());
+}
+
+TEST_F(SettingsStoreTest, Store_and_folder_are_private_to_the_user) {
+  const auto store = Open();
+  struct stat info {};
+  ASSERT_EQ(stat(path.toUtf8().constData(), &info), 0);
+  EXPECT_EQ(info.st_mode & 0777U, 0600U);
+  ASSERT_EQ(stat(QFileInfo(path).path().toUtf8().constData(), &info), 0);
+  EXPECT_EQ(info.st_mode & 0777U, 0700U);
+}
+
+TEST_F(SettingsStoreTest, At_rest_the_store_is_one_plain_file) {
+  Open()->SaveSetting(kApp, kSection, kKey, QStringLiteral("1"));
+  EXPECT_EQ(QDir(QFileInfo(path).path()).entryList(QDir::Files), QStringList{QStringLiteral("settings.db")});
+}
+
+TEST_F(SettingsStoreTest, A_store_that_another_program_locks_is_reported_and_left_alone) {
+  Open()->SaveSetting(kApp, kSection, kKey, QStringLiteral("7"));
+  sqlite3* other = nullptr;
+  ASSERT_EQ(sqlite3_open(path.toUtf8().constData(), &other), SQLITE_OK);
+  ASSERT_EQ(sqlite3_exec(other, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr), SQLITE_OK);
+  {
+    const auto store = Open();
+    ASSERT_EQ(errors.mTexts.size(), 1);
+    EXPECT_TRUE(errors.mTexts[0].contains(QStringLiteral("locked by another program")));
+    EXPECT_TRUE(errors.mTexts[0].contains(path));
+    EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, QStringLiteral("100")), QStringLiteral("100"));
+    EXPECT_TRUE(store->GetAllSettings(kApp, kSection).isEmpty());
+    // Even when the other program lets go: defaults that were read must not be written over the file.
+    sqlite3_exec(other, "ROLLBACK", nullptr, nullptr, nullptr);
+    EXPECT_THROW(store->SaveSetting(kApp, kSection, kKey, QStringLiteral("1")), Failure);
+    EXPECT_THROW(store->DeleteSetting(kApp, kSection), Failure);
+    EXPECT_EQ(errors.mTexts.size(), 1);
+  }
+  sqlite3_close(other);
+  EXPECT_EQ(Open()->GetSetting(kApp, kSection, kKey, {}), QStringLiteral("7"));
+}
+
+TEST_F(SettingsStoreTest, A_lock_that_comes_later_is_a_failure_of_the_one_operation) {
+  const auto store = Open();
+  store->SaveSetting(kApp, kSection, kKey, QStringLiteral("7"));
+  sqlite3* other = nullptr;
+  ASSERT_EQ(sqlite3_open(path.toUtf8().constData(), &other), SQLITE_OK);
+  ASSERT_EQ(sqlite3_exec(other, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr), SQLITE_OK);
+  EXPECT_THROW(store->SaveSetting(kApp, kSection, kKey, QStringLiteral("8")), Failure);
+  EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, {}), QStringLiteral("7"));
+  sqlite3_exec(other, "ROLLBACK", nullptr, nullptr, nullptr);
+  store->SaveSetting(kApp, kSection, kKey, QStringLiteral("8"));
+  EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, {}), QStringLiteral("8"));
+  sqlite3_close(other);
+}
+
+TEST_F(SettingsStoreTest, A_corrupt_store_is_set_aside_and_a_fresh_one_serves) {
+  QDir().mkpath(QFileInfo(path).path());
+  const QByteArray garbage(5000, 'g');
+  QFile file(path);
+  ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+  file.write(garbage);
+  file.close();
+  const auto store = Open();
+  ASSERT_EQ(errors.mTexts.size(), 1);
+  const QString kept = path + QStringLiteral(".damaged-20260309-070503");
+  EXPECT_TRUE(errors.mTexts[0].contains(kept));
+  QFile keptFile(kept);
+  ASSERT_TRUE(keptFile.open(QIODevice::ReadOnly));
+  EXPECT_EQ(keptFile.readAll(), garbage);
+  store->SaveSetting(kApp, kSection, kKey, QStringLiteral("1"));
+  EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, {}), QStringLiteral("1"));
+}
+
+TEST_F(SettingsStoreTest, A_store_that_cannot_be_written_is_read_and_reported) {
+  Open()->SaveSetting(kApp, kSection, kKey, QStringLiteral("7"));
+  const QByteArray file = path.toUtf8();
+  const QByteArray parent = QFileInfo(path).path().toUtf8();
+  chmod(file.constData(), 0444);
+  chmod(parent.constData(), 0555);
+  chmod(folder.path().toUtf8().constData(), 0755);
+  const bool root = geteuid() == 0;
+  ASSERT_EQ(root ? seteuid(65534) : 0, 0);
+  {
+    const auto store = Open();
+    EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, QStringLiteral("100")), QStringLiteral("7"));
+    EXPECT_THROW(store->SaveSetting(kApp, kSection, kKey, QStringLiteral("8")), Failure);
+  }
+  ASSERT_EQ(root ? seteuid(0) : 0, 0);
+  chmod(parent.constData(), 0755);
+  ASSERT_EQ(errors.mTexts.size(), 1);
+  EXPECT_TRUE(errors.mTexts[0].contains(QStringLiteral("cannot be written")));
+}
+
+TEST_F(SettingsStoreTest, A_store_that_cannot_be_opened_gives_defaults_and_is_reported_once) {
+  // A folder stands where the file should be.
+  QDir().mkpath(path);
+  const auto store = Open();
+  ASSERT_EQ(errors.mTexts.size(), 1);
+  EXPECT_TRUE(errors.mTexts[0].contains(QStringLiteral("cannot be opened")));
+  EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, QStringLiteral("100")), QStringLiteral("100"));
+  EXPECT_THROW(store->SaveSetting(kApp, kSection, kKey, QStringLiteral("8")), Failure);
+  EXPECT_TRUE(QFileInfo(path).isDir());
+}
+
+TEST_F(SettingsStoreTest, A_file_with_another_table_under_that_name_is_left_alone) {
+  QDir().mkpath(QFileInfo(path).path());
+  Sql("CREATE TABLE settings (name, number)");
+  const auto store = Open();
+  ASSERT_EQ(errors.mTexts.size(), 1);
+  EXPECT_TRUE(QFile::exists(path));
+  EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, QStringLiteral("d")), QStringLiteral("d"));
+}
+
+}  // namespace
+}  // namespace veltrane
