@@ -10,7 +10,8 @@ namespace veltrane {
 namespace {
 
 QString StoreFolder() {
-  return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + QStringLiteral("/Veltrane");
+  return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
+         QStringLiteral("/Veltrane");
 }
 
 /// The schedule of a program without a failure window: nothing is planned.
@@ -28,7 +29,8 @@ class NoFailures : public FailureSchedule {
 
 Application::Application()
     : mInstance(StoreFolder()),
-      mStore(std::make_unique<SqliteSettingsStore>(StoreFolder() + QStringLiteral("/settings.db"), mClock, mError)),
+      mStore(std::make_unique<SqliteSettingsStore>(StoreFolder() + QStringLiteral("/settings.db"), mClock,
+                                                   mError)),
       mGeneral({*mStore, mReactor, mTimers, mClock, mRandom, mDesktop, mError,
                 QCoreApplication::applicationDirPath()},
                AllProtocols()),
@@ -55,14 +57,18 @@ int Application::Run(const QStringList& commandLine) {
 }
 
 void Application::Escaped(const Failure& failure) {
-  ReportFailure(mError, QStringLiteral("An unexpected failure occurred.  The operating system reports: "), failure);
+  ReportFailure(mError, QStringLiteral("An unexpected failure occurred.  The operating system reports: "),
+                failure);
 }
 
-bool Application::IsAnotherInstanceRunning() { return !mInstance.IsFirst(); }
+bool Application::IsAnotherInstanceRunning() {
+  return !mInstance.IsFirst();
+}
 
 QList<ProtocolHandlerRef> Application::CreateProtocols() {
   QList<ProtocolHandlerRef> handlers;
-  for (const auto& create : ListedProtocols()) handlers.append(create(mGeneral));
+  for (const auto& create : ListedProtocols())
+    handlers.append(create(mGeneral));
   return handlers;
 }
 

@@ -1,13 +1,13 @@
 #include "app/SingleInstance.h"
 
+#include <QDir>
+#include <QFile>
+
+#include <cerrno>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
-
-#include <QDir>
-#include <QFile>
-#include <cerrno>
 
 namespace veltrane {
 

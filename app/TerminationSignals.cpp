@@ -10,7 +10,8 @@ namespace {
 sigset_t EndingSignals() {
   sigset_t set;
   sigemptyset(&set);
-  for (const int signal : {SIGTERM, SIGINT, SIGHUP}) sigaddset(&set, signal);
+  for (const int signal : {SIGTERM, SIGINT, SIGHUP})
+    sigaddset(&set, signal);
   return set;
 }
 

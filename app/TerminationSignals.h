@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QSocketNotifier>
+
 #include <functional>
 #include <memory>
 

@@ -17,8 +17,8 @@ LocalTime SystemClock::Now() const {
     if (localtime_r(&now.tv_sec, &local) == nullptr) {
       throw Failure(errno, QString::fromLocal8Bit(strerror(errno)));
     }
-    mCached = {local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min,
-               local.tm_sec,         0};
+    mCached = {
+        local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec, 0};
     mCachedSecond = now.tv_sec;
   }
   LocalTime result = mCached;
@@ -26,8 +26,12 @@ LocalTime SystemClock::Now() const {
   return result;
 }
 
-Clock::Instant SystemClock::Steady() const { return std::chrono::steady_clock::now().time_since_epoch(); }
+Clock::Instant SystemClock::Steady() const {
+  return std::chrono::steady_clock::now().time_since_epoch();
+}
 
-void SystemClock::Sleep(std::chrono::milliseconds time) { std::this_thread::sleep_for(time); }
+void SystemClock::Sleep(std::chrono::milliseconds time) {
+  std::this_thread::sleep_for(time);
+}
 
 }  // namespace veltrane

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QtGlobal>
+
 #include <chrono>
 
 namespace veltrane {

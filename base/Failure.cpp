@@ -47,9 +47,8 @@ Failure CurrentFailure() {
   } catch (const std::bad_alloc&) {
     return Failure(FailureNumber::kOutOfMemory);
   } catch (const std::exception& other) {
-    return Failure(FailureNumber::kInternal,
-                   FailureText(FailureNumber::kInternal) + QStringLiteral(": ") +
-                       QString::fromLocal8Bit(other.what()));
+    return Failure(FailureNumber::kInternal, FailureText(FailureNumber::kInternal) + QStringLiteral(": ") +
+                                                 QString::fromLocal8Bit(other.what()));
   } catch (...) {
     return Failure(FailureNumber::kInternal);
   }

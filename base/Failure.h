@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QString>
+
 #include <exception>
 #include <new>
 #include <utility>
@@ -61,8 +62,12 @@ void ReportFailure(ErrorSink& sink, const QString& message, const Failure& failu
 /// The exception that is being handled, as a Failure. Only to be called inside a catch block.
 Failure CurrentFailure();
 
-inline QString MessageText(const char16_t* message) { return QString::fromUtf16(message); }
-inline const QString& MessageText(const QString& message) { return message; }
+inline QString MessageText(const char16_t* message) {
+  return QString::fromUtf16(message);
+}
+inline const QString& MessageText(const QString& message) {
+  return message;
+}
 
 /// Runs body; a failure in it is reported to sink under message (a text or a literal), and the system goes
 /// on with the state as it stands. Returns false after a failure. Costs nothing as long as nothing fails.

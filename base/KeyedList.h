@@ -4,6 +4,7 @@
 
 #include <QHash>
 #include <QString>
+
 #include <algorithm>
 #include <deque>
 #include <utility>
@@ -49,8 +50,9 @@ class KeyedList {
     if (offset < mEntries.size() && mEntries[offset].serial == *found) {
       return static_cast<qsizetype>(offset) + 1;
     }
-    const auto at = std::lower_bound(mEntries.begin(), mEntries.end(), *found,
-                                     [](const Entry& entry, quint64 serial) { return entry.serial < serial; });
+    const auto at =
+        std::lower_bound(mEntries.begin(), mEntries.end(), *found,
+                         [](const Entry& entry, quint64 serial) { return entry.serial < serial; });
     return at - mEntries.begin() + 1;
   }
 

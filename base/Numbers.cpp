@@ -8,10 +8,13 @@
 namespace veltrane {
 namespace {
 
-bool IsDigit(QChar c) { return c >= u'0' && c <= u'9'; }
+bool IsDigit(QChar c) {
+  return c >= u'0' && c <= u'9';
+}
 
 qsizetype SkipDigits(QStringView text, qsizetype at) {
-  while (at < text.size() && IsDigit(text[at])) ++at;
+  while (at < text.size() && IsDigit(text[at]))
+    ++at;
   return at;
 }
 
@@ -58,11 +61,17 @@ double ToDouble(QStringView text) {
   return value;
 }
 
-qint16 ToInt16(QStringView text) { return ToWhole<qint16>(ToDouble(text)); }
+qint16 ToInt16(QStringView text) {
+  return ToWhole<qint16>(ToDouble(text));
+}
 
-qint32 ToInt32(QStringView text) { return ToWhole<qint32>(ToDouble(text)); }
+qint32 ToInt32(QStringView text) {
+  return ToWhole<qint32>(ToDouble(text));
+}
 
-qint32 ToInt32(double value) { return ToWhole<qint32>(value); }
+qint32 ToInt32(double value) {
+  return ToWhole<qint32>(value);
+}
 
 bool ToBoolean(QStringView text) {
   const QStringView word = text.trimmed();
@@ -71,6 +80,8 @@ bool ToBoolean(QStringView text) {
   return ToDouble(word) != 0;
 }
 
-QString BooleanText(bool value) { return value ? QStringLiteral("True") : QStringLiteral("False"); }
+QString BooleanText(bool value) {
+  return value ? QStringLiteral("True") : QStringLiteral("False");
+}
 
 }  // namespace veltrane

@@ -20,7 +20,8 @@ void PayloadBuffer::Append(Payload piece) {
 }
 
 void PayloadBuffer::Prepend(PayloadBuffer front) {
-  for (auto piece = front.mPieces.crbegin(); piece != front.mPieces.crend(); ++piece) mPieces.prepend(*piece);
+  for (auto piece = front.mPieces.crbegin(); piece != front.mPieces.crend(); ++piece)
+    mPieces.prepend(*piece);
   mSize += front.mSize;
 }
 

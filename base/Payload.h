@@ -13,7 +13,8 @@ namespace veltrane {
 class Payload {
  public:
   Payload() = default;
-  Payload(QByteArray bytes) : mBytes(std::move(bytes)), mSize(mBytes.size()) {}  // NOLINT: a byte string is one
+  Payload(QByteArray bytes)
+      : mBytes(std::move(bytes)), mSize(mBytes.size()) {}  // NOLINT: a byte string is one
   /// Text with one character per byte (characters 0 to 255).
   static Payload FromText(const QString& text) { return Payload(text.toLatin1()); }
 

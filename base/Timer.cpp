@@ -9,7 +9,9 @@ namespace veltrane {
 Timer::Timer(TimerQueue& queue, std::function<void()> onTimer)
     : mQueue(queue), mOnTimer(std::move(onTimer)), mSerial(++queue.mLastSerial) {}
 
-Timer::~Timer() { mQueue.Remove(*this); }
+Timer::~Timer() {
+  mQueue.Remove(*this);
+}
 
 void Timer::SetEnabled(bool enabled) {
   if (enabled == mEnabled) return;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QtGlobal>
+
 #include <functional>
 #include <optional>
 #include <set>

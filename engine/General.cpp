@@ -1,6 +1,7 @@
 #include "engine/General.h"
 
 #include <QStringList>
+
 #include <array>
 
 #include "base/Numbers.h"
@@ -43,7 +44,8 @@ void SaveDestination(const ApplicationSettings& settings, qint32 port, const QSt
 
 /// Writes value with leading zeros into width characters, and what follows it.
 QChar* PutDigits(QChar* at, int value, int width, QChar behind) {
-  for (int i = width - 1; i >= 0; --i, value /= 10) at[i] = QChar(u'0' + value % 10);
+  for (int i = width - 1; i >= 0; --i, value /= 10)
+    at[i] = QChar(u'0' + value % 10);
   at[width] = behind;
   return at + width + 1;
 }
@@ -56,7 +58,9 @@ QString PortNodeText(const QString& description, qint32 port, bool listening) {
 }
 
 General::General(const Platform& platform, ProtocolTable protocols)
-    : mPlatform(platform), mSettings(platform.store, kApplicationName), mProtocolTable(std::move(protocols)) {}
+    : mPlatform(platform),
+      mSettings(platform.store, kApplicationName),
+      mProtocolTable(std::move(protocols)) {}
 
 General::~General() = default;
 
@@ -123,8 +127,12 @@ void General::DeleteEphemeralPortReferences(qint16 intPort) {
       });
 }
 
-bool General::DoesSocketExist(const SocketArray& sockets, int index) { return sockets.Exists(index); }
+bool General::DoesSocketExist(const SocketArray& sockets, int index) {
+  return sockets.Exists(index);
+}
 
-bool General::DoesNodeExist(const QString& key) const { return frmMain && frmMain->SocketTree().Contains(key); }
+bool General::DoesNodeExist(const QString& key) const {
+  return frmMain && frmMain->SocketTree().Contains(key);
+}
 
 }  // namespace veltrane

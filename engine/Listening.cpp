@@ -81,7 +81,8 @@ bool Listening::StartListeningOnSocket(Socket*& objListeningSocket, qint32 lngPo
     mcolListeningSocket.Add(objListeningSocket, key);
     objListeningSocket->SetLocalPort(lngPort);
     objListeningSocket->Listen();
-    while (objListeningSocket->State() != SocketState::kListening) mGeneral.frmMain->RepaintWindow();
+    while (objListeningSocket->State() != SocketState::kListening)
+      mGeneral.frmMain->RepaintWindow();
     return true;
   } catch (...) {
     const Failure failure = CurrentFailure();
@@ -137,13 +138,13 @@ void Listening::ListenerFailed(qint32 number, const QString& description) {
 
 ProtocolHandlerRef Listening::GetProtocolHandler(qint32 lngPort) {
   ProtocolHandlerRef handler;
-  mGeneral.Guard(
-      u"An error occurred while attempting get the protocol type.  The operating system reports: ", [&] {
-        const QString value = mGeneral.mSettings.Get(kProtocols, QString::number(lngPort));
-        for (const ProtocolRow& row : mGeneral.mProtocolTable) {
-          if (row.value == value) handler = row.create(mGeneral);
-        }
-      });
+  mGeneral.Guard(u"An error occurred while attempting get the protocol type.  The operating system reports: ",
+                 [&] {
+                   const QString value = mGeneral.mSettings.Get(kProtocols, QString::number(lngPort));
+                   for (const ProtocolRow& row : mGeneral.mProtocolTable) {
+                     if (row.value == value) handler = row.create(mGeneral);
+                   }
+                 });
   return handler;
 }
 

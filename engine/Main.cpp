@@ -25,7 +25,8 @@ QString Welcome() {
       "",
       "You will need to configure your email client and web browser to connect to Veltrane.  Details can be "
       "found in the Help "
-      "by looking under the heading 'Configuring Veltrane and the Client Software'. Also, be sure to click on "
+      "by looking under the heading 'Configuring Veltrane and the Client Software'. Also, be sure to click "
+      "on "
       "'Configure...' on the following screen to enter the name of your email servers.",
       "",
       "To learn more about Veltrane please visit ",
@@ -56,21 +57,22 @@ bool Main::Run(const QStringList& commandLine) {
   }
   if (mStartUp.IsAnotherInstanceRunning()) return false;
 
-  mGeneral.Guard(u"An error occurred while attempting to start Veltrane.  The operating system reports: ", [&] {
-    ShowSplash();
-    const Clock::Instant now = mGeneral.mPlatform.clock.Steady();
-    mGeneral.mPlatform.random.Randomize(static_cast<unsigned>(now.count()));
-    mGeneral.CheckFirstRun();
-    mGeneral.gblnConnectionDiagramSelected = true;
-    mGeneral.gblnRecordEvents = true;
-    ClearEphemeralPorts();
-    StartEngine();
-    ShowMainWindow();
-    EndSplash();
-    if (mGeneral.gblnFirstRun) ShowWelcome();
-    mStartUp.ProblemSimulationForm().Load();
-    mStartUp.RealTimeLoggingForm().Load();
-  });
+  mGeneral.Guard(u"An error occurred while attempting to start Veltrane.  The operating system reports: ",
+                 [&] {
+                   ShowSplash();
+                   const Clock::Instant now = mGeneral.mPlatform.clock.Steady();
+                   mGeneral.mPlatform.random.Randomize(static_cast<unsigned>(now.count()));
+                   mGeneral.CheckFirstRun();
+                   mGeneral.gblnConnectionDiagramSelected = true;
+                   mGeneral.gblnRecordEvents = true;
+                   ClearEphemeralPorts();
+                   StartEngine();
+                   ShowMainWindow();
+                   EndSplash();
+                   if (mGeneral.gblnFirstRun) ShowWelcome();
+                   mStartUp.ProblemSimulationForm().Load();
+                   mStartUp.RealTimeLoggingForm().Load();
+                 });
   return true;
 }
 
@@ -129,8 +131,7 @@ void Main::EndSplash() {
 }
 
 void Main::ShowWelcome() {
-  mGeneral.mPlatform.desktop.Ask(
-      {Welcome(), BoxIcon::kInformation, BoxButtons::kOk, kApplicationName});
+  mGeneral.mPlatform.desktop.Ask({Welcome(), BoxIcon::kInformation, BoxButtons::kOk, kApplicationName});
 }
 
 }  // namespace veltrane

@@ -28,9 +28,13 @@ inline const QString kServerPlaceholder = QStringLiteral("enter-a-server.invalid
 inline const QString kProxyPlaceholder = QStringLiteral("enter-a-proxy-server.invalid");
 
 /// The key of a port's listening socket: "KEY" and the decimal port.
-inline QString ListeningSocketKey(qint32 port) { return QStringLiteral("KEY") + QString::number(port); }
+inline QString ListeningSocketKey(qint32 port) {
+  return QStringLiteral("KEY") + QString::number(port);
+}
 /// The key of a port's node in the tree.
-inline QString ProtocolNodeKey(qint32 port) { return QStringLiteral("PROTO") + QString::number(port); }
+inline QString ProtocolNodeKey(qint32 port) {
+  return QStringLiteral("PROTO") + QString::number(port);
+}
 /// The section of a port's own protocol settings.
 inline QString PortSection(const QString& protocol, qint32 port) {
   return QStringLiteral("Protocols\\") + protocol + QStringLiteral("\\Port ") + QString::number(port);

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <QString>
+
 #include <functional>
 #include <memory>
 #include <vector>

@@ -53,8 +53,8 @@ class Recorder {
   virtual void GotProtocol(SocketPair& objSocketPair, const QString& strProtocol) = 0;
   /// The last that is said of a pair; the recorder ends by calling Terminate on it.
   virtual void Dead(SocketPair& objSocketPair) = 0;
-  virtual void DanglingStatusChanged(SocketPair& objSocketPair, bool blnDanglingOn, qint16 intDataBeingDangled,
-                                     qint32 lngTimeDuringDangle) = 0;
+  virtual void DanglingStatusChanged(SocketPair& objSocketPair, bool blnDanglingOn,
+                                     qint16 intDataBeingDangled, qint32 lngTimeDuringDangle) = 0;
 };
 
 }  // namespace veltrane

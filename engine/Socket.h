@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QString>
+
 #include <memory>
 
 #include "base/Payload.h"

@@ -29,7 +29,8 @@ void SocketArray::Unload(int index) {
   Element(index);
   // Out of the array first: destroying a socket may run code that looks at it.
   const Slot gone = std::move(mElements[static_cast<std::size_t>(index)]);
-  while (UpperBound() > 0 && !Exists(UpperBound())) mElements.pop_back();
+  while (UpperBound() > 0 && !Exists(UpperBound()))
+    mElements.pop_back();
 }
 
 }  // namespace veltrane

@@ -9,7 +9,9 @@
 namespace veltrane {
 namespace {
 
-QString StateNumber(SocketState state) { return QString::number(static_cast<int>(state)); }
+QString StateNumber(SocketState state) {
+  return QString::number(static_cast<int>(state));
+}
 
 }  // namespace
 

@@ -1,13 +1,13 @@
 #include "engine/SqliteSettingsStore.h"
 
-#include <sqlite3.h>
-#include <sys/stat.h>
-
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+
 #include <array>
 #include <initializer_list>
+#include <sqlite3.h>
+#include <sys/stat.h>
 
 namespace veltrane {
 namespace {
@@ -28,8 +28,8 @@ bool IsLocked(int result) {
 }
 
 QString TimeForFileName(const LocalTime& time) {
-  return QString::asprintf("%04d%02d%02d-%02d%02d%02d", time.year, time.month, time.day, time.hour, time.minute,
-                           time.second);
+  return QString::asprintf("%04d%02d%02d-%02d%02d%02d", time.year, time.month, time.day, time.hour,
+                           time.minute, time.second);
 }
 
 }  // namespace
@@ -116,22 +116,25 @@ void SqliteSettingsStore::Open(ErrorSink& errors) {
     return;
   }
   if (!IsLocked(mOpenResult) && OpenForReading()) {
-    errors.LogError(QStringLiteral("The settings file ") + mPath +
-                    QStringLiteral(" cannot be written. Veltrane runs with the settings that it holds; changes "
-                                   "will not be kept. Give yourself the right to write the file and its folder, "
-                                   "then start Veltrane again."));
+    errors.LogError(
+        QStringLiteral("The settings file ") + mPath +
+        QStringLiteral(" cannot be written. Veltrane runs with the settings that it holds; changes "
+                       "will not be kept. Give yourself the right to write the file and its folder, "
+                       "then start Veltrane again."));
     return;
   }
   mWhyUnusable = IsLocked(mOpenResult)
                      ? QStringLiteral("The settings file ") + mPath +
-                           QStringLiteral(" is locked by another program. Veltrane runs with its default "
-                                          "settings, and changes will not be kept. End the other program, then "
-                                          "start Veltrane again.")
-                     : QStringLiteral("The settings file ") + mPath +
-                           QStringLiteral(" cannot be opened (") + Problem() +
-                           QStringLiteral("). Veltrane runs with its default settings, and changes will not be "
-                                          "kept. Make the file and its folder accessible, then start Veltrane "
-                                          "again.");
+                           QStringLiteral(
+                               " is locked by another program. Veltrane runs with its default "
+                               "settings, and changes will not be kept. End the other program, then "
+                               "start Veltrane again.")
+                     : QStringLiteral("The settings file ") + mPath + QStringLiteral(" cannot be opened (") +
+                           Problem() +
+                           QStringLiteral(
+                               "). Veltrane runs with its default settings, and changes will not be "
+                               "kept. Make the file and its folder accessible, then start Veltrane "
+                               "again.");
   CloseFile();
   errors.LogError(mWhyUnusable);
 }
@@ -155,7 +158,8 @@ bool SqliteSettingsStore::OpenForWriting() {
     Execute("PRAGMA synchronous = NORMAL");
     Execute("CREATE TABLE IF NOT EXISTS settings (application TEXT, section TEXT, key TEXT, value TEXT)");
     Execute(
-        "CREATE INDEX IF NOT EXISTS settings_by_name ON settings (application COLLATE NOCASE, section COLLATE "
+        "CREATE INDEX IF NOT EXISTS settings_by_name ON settings (application COLLATE NOCASE, section "
+        "COLLATE "
         "NOCASE, key COLLATE NOCASE)");
     Prepare();
     return true;
@@ -183,20 +187,23 @@ bool SqliteSettingsStore::OpenForReading() {
 void SqliteSettingsStore::Prepare() {
   const auto prepare = [this](const char* sql) { return std::make_unique<Statement>(*this, sql); };
   mGet = prepare(
-      "SELECT value FROM settings WHERE application = ? COLLATE NOCASE AND section = ? COLLATE NOCASE AND key = "
+      "SELECT value FROM settings WHERE application = ? COLLATE NOCASE AND section = ? COLLATE NOCASE AND "
+      "key = "
       "? COLLATE NOCASE ORDER BY rowid LIMIT 1");
   mAll = prepare(
-      "SELECT key, value FROM settings WHERE application = ? COLLATE NOCASE AND section = ? COLLATE NOCASE ORDER "
+      "SELECT key, value FROM settings WHERE application = ? COLLATE NOCASE AND section = ? COLLATE NOCASE "
+      "ORDER "
       "BY rowid");
   mUpdate = prepare(
-      "UPDATE settings SET value = ?4 WHERE application = ?1 COLLATE NOCASE AND section = ?2 COLLATE NOCASE AND "
+      "UPDATE settings SET value = ?4 WHERE application = ?1 COLLATE NOCASE AND section = ?2 COLLATE NOCASE "
+      "AND "
       "key = ?3 COLLATE NOCASE");
   mInsert = prepare("INSERT INTO settings (application, section, key, value) VALUES (?, ?, ?, ?)");
   mDeleteKey = prepare(
       "DELETE FROM settings WHERE application = ? COLLATE NOCASE AND section = ? COLLATE NOCASE AND key = ? "
       "COLLATE NOCASE");
-  mDeleteSection = prepare(
-      "DELETE FROM settings WHERE application = ? COLLATE NOCASE AND section = ? COLLATE NOCASE");
+  mDeleteSection =
+      prepare("DELETE FROM settings WHERE application = ? COLLATE NOCASE AND section = ? COLLATE NOCASE");
 }
 
 // The damaged file is kept for the user, and a fresh one takes its place.
@@ -216,14 +223,16 @@ void SqliteSettingsStore::SetAside(ErrorSink& errors) {
   }
   mWhyUnusable = QStringLiteral("The settings file ") + mPath +
                  QStringLiteral(" is damaged and cannot be set aside as ") + kept +
-                 QStringLiteral(". Veltrane runs with its default settings, and changes will not be kept. Move "
-                                "the file away, then start Veltrane again.");
+                 QStringLiteral(
+                     ". Veltrane runs with its default settings, and changes will not be kept. Move "
+                     "the file away, then start Veltrane again.");
   CloseFile();
   errors.LogError(mWhyUnusable);
 }
 
 void SqliteSettingsStore::CloseStatements() {
-  for (auto* statement : {&mGet, &mAll, &mUpdate, &mInsert, &mDeleteKey, &mDeleteSection}) statement->reset();
+  for (auto* statement : {&mGet, &mAll, &mUpdate, &mInsert, &mDeleteKey, &mDeleteSection})
+    statement->reset();
 }
 
 void SqliteSettingsStore::CloseFile() {
@@ -236,7 +245,9 @@ void SqliteSettingsStore::Execute(const char* sql) {
   if (sqlite3_exec(mDatabase, sql, nullptr, nullptr, nullptr) != SQLITE_OK) Fail();
 }
 
-void SqliteSettingsStore::Fail() const { throw Failure(FailureNumber::kStore, Problem()); }
+void SqliteSettingsStore::Fail() const {
+  throw Failure(FailureNumber::kStore, Problem());
+}
 
 QString SqliteSettingsStore::Problem() const {
   if (!mDatabase) return QString::fromUtf8(sqlite3_errstr(mOpenResult));
@@ -248,8 +259,8 @@ void SqliteSettingsStore::RequireUsable() const {
   if (!mWhyUnusable.isEmpty()) throw Failure(FailureNumber::kStore, mWhyUnusable);
 }
 
-QString SqliteSettingsStore::GetSetting(const QString& application, const QString& section, const QString& key,
-                                        const QString& defaultValue) {
+QString SqliteSettingsStore::GetSetting(const QString& application, const QString& section,
+                                        const QString& key, const QString& defaultValue) {
   if (!mWhyUnusable.isEmpty()) return defaultValue;
   mGet->Start({application, section, key});
   if (!mGet->Step()) return defaultValue;
@@ -262,7 +273,8 @@ QList<SettingRow> SqliteSettingsStore::GetAllSettings(const QString& application
   QList<SettingRow> rows;
   if (!mWhyUnusable.isEmpty()) return rows;
   mAll->Start({application, section});
-  while (mAll->Step()) rows.append({mAll->Text(0), mAll->Text(1)});
+  while (mAll->Step())
+    rows.append({mAll->Text(0), mAll->Text(1)});
   return rows;
 }
 

@@ -2,8 +2,8 @@
 // in the order in which they were first written. Nothing else in the file is needed, so one made by hand
 // with the sqlite3 shell serves as well.
 //
-// A file that cannot be used is reported once, when the store is opened, and is never harmed: a corrupt one is
-// set aside under another name. Reads of an unusable store then give the defaults, writes fail. A failure
+// A file that cannot be used is reported once, when the store is opened, and is never harmed: a corrupt one
+// is set aside under another name. Reads of an unusable store then give the defaults, writes fail. A failure
 // later on goes to the caller.
 #pragma once
 

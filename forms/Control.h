@@ -5,6 +5,7 @@
 
 #include <QObject>
 #include <QString>
+
 #include <functional>
 
 #include "forms/Rect.h"

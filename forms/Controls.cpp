@@ -28,7 +28,9 @@ void Label::SetBackColor(Colour colour) {
   if (!Assign(mBackColor, colour) && first) Q_EMIT Changed();
 }
 
-void Label::Click() { Fire(OnClick); }
+void Label::Click() {
+  Fire(OnClick);
+}
 
 void CommandButton::Click() {
   if (Enabled()) Fire(OnClick);
@@ -43,7 +45,9 @@ void CheckBox::SetValue(int value) {
 OptionGroup::OptionGroup(Form& form, const QString& name, int count)
     : Control(form, name), mEnabledOptions(count, true) {}
 
-void OptionGroup::RequireIndex(int index) const { RequireIndexBelow(index, mEnabledOptions.size()); }
+void OptionGroup::RequireIndex(int index) const {
+  RequireIndexBelow(index, mEnabledOptions.size());
+}
 
 void OptionGroup::SetValue(int index, bool value) {
   RequireIndex(index);
@@ -64,7 +68,9 @@ void TextBox::SetText(const QString& text) {
   if (Assign(mText, text)) Fire(OnChange);
 }
 
-void TextBox::LeaveFocus() { Fire(OnLostFocus); }
+void TextBox::LeaveFocus() {
+  Fire(OnLostFocus);
+}
 
 SpinButton::SpinButton(Form& form, const QString& name, TextBox& buddy, int minimum, int maximum, int step)
     : Control(form, name), mBuddy(buddy), mMinimum(minimum), mMaximum(maximum), mStep(step) {}

@@ -4,9 +4,13 @@
 
 namespace veltrane {
 
-Form::Form(Desktop& desktop, const QString& name) : mDesktop(desktop) { setObjectName(name); }
+Form::Form(Desktop& desktop, const QString& name) : mDesktop(desktop) {
+  setObjectName(name);
+}
 
-Form::~Form() { mDesktop.ForgetForm(*this); }
+Form::~Form() {
+  mDesktop.ForgetForm(*this);
+}
 
 Control* Form::FindControl(const QString& name) const {
   for (Control* control : mControls) {

@@ -12,14 +12,16 @@ ListModel::ListModel(ListView& list, QObject* parent) : QAbstractTableModel(pare
 
 ListModel::Shown ListModel::Copy(const ListItem& item, qsizetype columns) {
   Shown shown{item.Serial(), item.Key(), item.SmallIcon(), {}};
-  for (int column = 0; column < columns; ++column) shown.texts.append(item.ColumnText(column));
+  for (int column = 0; column < columns; ++column)
+    shown.texts.append(item.ColumnText(column));
   return shown;
 }
 
 std::vector<ListItem*> ListModel::ItemsInOrder() const {
   std::vector<ListItem*> items;
   items.reserve(static_cast<std::size_t>(mList.Count()));
-  for (qsizetype i = 1; i <= mList.Count(); ++i) items.push_back(&mList.Item(i));
+  for (qsizetype i = 1; i <= mList.Count(); ++i)
+    items.push_back(&mList.Item(i));
   if (mList.Sorted()) {
     const int column = mList.SortKey();
     const bool ascending = mList.SortOrder() == 0;
@@ -43,7 +45,8 @@ void ListModel::PublishHeaders() {
   beginResetModel();
   mHeaders = mList.ColumnHeaders();
   mRows.clear();
-  for (const ListItem* item : ItemsInOrder()) mRows.push_back(Copy(*item, mHeaders.size()));
+  for (const ListItem* item : ItemsInOrder())
+    mRows.push_back(Copy(*item, mHeaders.size()));
   IndexRows();
   endResetModel();
 }
@@ -121,7 +124,9 @@ void ListModel::IndexRows() {
   }
 }
 
-int ListModel::RowOf(quint64 serial) const { return mRowOfSerial.value(serial, -1); }
+int ListModel::RowOf(quint64 serial) const {
+  return mRowOfSerial.value(serial, -1);
+}
 
 ListItem* ListModel::ItemAt(const QModelIndex& index) const {
   return index.isValid() ? mList.FindSerial(mRows[static_cast<std::size_t>(index.row())].serial) : nullptr;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QAbstractTableModel>
+
 #include <vector>
 
 #include "forms/ListView.h"

@@ -4,7 +4,8 @@ namespace veltrane {
 
 void ListItem::SetSubItem(int column, const QString& text) {
   if (column < 1) throw Failure(FailureNumber::kOutOfRange);
-  while (mSubItems.size() < column) mSubItems.append(QString());
+  while (mSubItems.size() < column)
+    mSubItems.append(QString());
   Assign(mSubItems[column - 1], text);
 }
 
@@ -53,7 +54,9 @@ ListItem* ListView::Find(const QString& key) const {
   return item ? item->get() : nullptr;
 }
 
-ListItem* ListView::FindSerial(quint64 serial) const { return mSerials.value(serial, nullptr); }
+ListItem* ListView::FindSerial(quint64 serial) const {
+  return mSerials.value(serial, nullptr);
+}
 
 void ListView::SetSelectedItem(ListItem* item) {
   if (std::exchange(mSelected, item) != item) Note();

@@ -7,7 +7,8 @@ namespace veltrane {
 QString RichTextBox::Text() const {
   QString text;
   text.reserve(mLength);
-  for (const Run& run : mRuns) text += run.text;
+  for (const Run& run : mRuns)
+    text += run.text;
   return text;
 }
 

@@ -7,7 +7,8 @@ namespace veltrane {
 
 TreeModel::TreeModel(TreeView& tree, QObject* parent) : QAbstractItemModel(parent), mTree(tree) {
   mTree.TakeChanges();
-  for (TreeNode* node : ChildrenInTree(mRoot)) mRoot.children.push_back(Copy(mRoot, *node));
+  for (TreeNode* node : ChildrenInTree(mRoot))
+    mRoot.children.push_back(Copy(mRoot, *node));
 }
 
 TreeModel::~TreeModel() = default;
@@ -15,9 +16,11 @@ TreeModel::~TreeModel() = default;
 std::vector<TreeNode*> TreeModel::ChildrenInTree(const Shown& shown) const {
   std::vector<TreeNode*> nodes;
   if (&shown == &mRoot) {
-    for (qsizetype i = 0; i < mTree.TopCount(); ++i) nodes.push_back(&mTree.Top(i));
+    for (qsizetype i = 0; i < mTree.TopCount(); ++i)
+      nodes.push_back(&mTree.Top(i));
   } else if (const TreeNode* node = mTree.FindSerial(shown.serial)) {
-    for (qsizetype i = 0; i < node->ChildCount(); ++i) nodes.push_back(&node->Child(i));
+    for (qsizetype i = 0; i < node->ChildCount(); ++i)
+      nodes.push_back(&node->Child(i));
   }
   return nodes;
 }
@@ -28,7 +31,8 @@ std::unique_ptr<TreeModel::Shown> TreeModel::Copy(Shown& parent, const TreeNode&
   shown->serial = node.Serial();
   TakeLooks(*shown, node);
   mShown.insert(shown->serial, shown.get());
-  for (qsizetype i = 0; i < node.ChildCount(); ++i) shown->children.push_back(Copy(*shown, node.Child(i)));
+  for (qsizetype i = 0; i < node.ChildCount(); ++i)
+    shown->children.push_back(Copy(*shown, node.Child(i)));
   return shown;
 }
 
@@ -43,7 +47,8 @@ void TreeModel::TakeLooks(Shown& shown, const TreeNode& node) {
 
 void TreeModel::Forget(const Shown& shown) {
   mShown.remove(shown.serial);
-  for (const auto& child : shown.children) Forget(*child);
+  for (const auto& child : shown.children)
+    Forget(*child);
 }
 
 void TreeModel::Publish() {
@@ -66,7 +71,8 @@ void TreeModel::PublishChildren(Shown& shown) {
   const std::vector<TreeNode*> nodes = ChildrenInTree(shown);
   std::vector<quint64> present;
   present.reserve(nodes.size());
-  for (const TreeNode* node : nodes) present.push_back(node->Serial());
+  for (const TreeNode* node : nodes)
+    present.push_back(node->Serial());
   RemoveGone(shown, present);
   InsertNew(shown, nodes);
 }
@@ -92,7 +98,8 @@ void TreeModel::InsertNew(Shown& shown, const std::vector<TreeNode*>& nodes) {
   const std::size_t known = shown.children.size();
   if (known == nodes.size()) return;
   beginInsertRows(IndexOf(shown), static_cast<int>(known), static_cast<int>(nodes.size()) - 1);
-  for (std::size_t i = known; i < nodes.size(); ++i) shown.children.push_back(Copy(shown, *nodes[i]));
+  for (std::size_t i = known; i < nodes.size(); ++i)
+    shown.children.push_back(Copy(shown, *nodes[i]));
   endInsertRows();
 }
 
@@ -134,7 +141,9 @@ int TreeModel::rowCount(const QModelIndex& parent) const {
   return static_cast<int>(ShownAt(parent)->children.size());
 }
 
-int TreeModel::columnCount(const QModelIndex&) const { return 1; }
+int TreeModel::columnCount(const QModelIndex&) const {
+  return 1;
+}
 
 QVariant TreeModel::data(const QModelIndex& index, int role) const {
   if (!index.isValid()) return {};

@@ -4,6 +4,7 @@
 
 #include <QAbstractItemModel>
 #include <QHash>
+
 #include <memory>
 #include <vector>
 

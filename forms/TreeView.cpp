@@ -25,7 +25,9 @@ void TreeNode::SetKey(const QString& key) {
   mKey = key;
 }
 
-TreeView::~TreeView() { Clear(); }
+TreeView::~TreeView() {
+  Clear();
+}
 
 TreeNode& TreeView::Node(const QString& key) const {
   TreeNode* node = Find(key);
@@ -64,7 +66,9 @@ TreeNodeRef TreeView::Keep(TreeNode& node) {
   return *std::lower_bound(siblings.begin(), siblings.end(), node, kBySerial);
 }
 
-void TreeView::Remove(const QString& key) { Remove(Node(key)); }
+void TreeView::Remove(const QString& key) {
+  Remove(Node(key));
+}
 
 void TreeView::Remove(TreeNode& node) {
   if (node.mTree != this) throw Failure(FailureNumber::kBadArgument);
@@ -80,7 +84,8 @@ void TreeView::Remove(TreeNode& node) {
 }
 
 void TreeView::Detach(TreeNode& node) {
-  for (const TreeNodeRef& child : node.mChildren) Detach(*child);
+  for (const TreeNodeRef& child : node.mChildren)
+    Detach(*child);
   node.mChildren.clear();
   (node.mBefore ? node.mBefore->mAfter : mFirst) = node.mAfter;
   (node.mAfter ? node.mAfter->mBefore : mLast) = node.mBefore;
@@ -115,7 +120,8 @@ TreeView::Changes TreeView::TakeChanges() {
 }
 
 void TreeView::Clear() {
-  while (!mTop.empty()) Remove(*mTop.back());
+  while (!mTop.empty())
+    Remove(*mTop.back());
 }
 
 void TreeView::SetSelectedItem(TreeNode* node) {

@@ -5,6 +5,7 @@
 
 #include <QHash>
 #include <QVariant>
+
 #include <deque>
 #include <memory>
 #include <unordered_set>

@@ -9,19 +9,21 @@
 
 namespace veltrane {
 
-void Logging::Dead(SocketPair& objSocketPair) { objSocketPair.Terminate(); }
+void Logging::Dead(SocketPair& objSocketPair) {
+  objSocketPair.Terminate();
+}
 
 void Logging::LoadAllProtocols(const Listening& mobjListening) {
   mGeneral.Guard(
-      u"An error occurred while attempting to load all of the protocols.  The operating system reports: ", [&] {
+      u"An error occurred while attempting to load all of the protocols.  The operating system reports: ",
+      [&] {
         TreeView& tree = mGeneral.frmMain->SocketTree();
         for (const auto& [key, description] : mGeneral.mSettings.All(kPortsInUse)) {
           const qint32 port = ToInt32(key);
           Socket* const* socket = mobjListening.mcolListeningSocket.Find(ListeningSocketKey(port));
           const bool listening = socket && (*socket)->State() == SocketState::kListening;
-          TreeNode& node =
-              tree.Add(QStringLiteral("ROOT"), ProtocolNodeKey(port), PortNodeText(description, port, listening),
-                       QStringLiteral("Protocol"));
+          TreeNode& node = tree.Add(QStringLiteral("ROOT"), ProtocolNodeKey(port),
+                                    PortNodeText(description, port, listening), QStringLiteral("Protocol"));
           node.SetTag(key);
         }
         tree.SetSelectedItem(tree.First());

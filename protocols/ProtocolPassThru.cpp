@@ -23,28 +23,36 @@ constexpr FailureTexts kTexts{
         u"An error occurred while attempting to process the successful connection to the remote server (Pass "
         u"Through).  The operating system reports: ",
     .remoteServerInitiatedDisconnection =
-        u"An error occurred while attempting to process the remote server's disconnection (Pass Through).  The "
+        u"An error occurred while attempting to process the remote server's disconnection (Pass Through).  "
+        u"The "
         u"operating system reports: ",
     .clientBytesReceived =
-        u"An error occurred while attempting to process the data arriving on the local client (Pass Through).  "
+        u"An error occurred while attempting to process the data arriving on the local client (Pass "
+        u"Through).  "
         u"The operating system reports: ",
     .clientBytesSent =
-        u"An error occurred while attempting to process the data sent through the local client (Pass Through).  "
+        u"An error occurred while attempting to process the data sent through the local client (Pass "
+        u"Through).  "
         u"The operating system reports: ",
     .remoteClientInitiatedDisconnection =
-        u"An error occurred while attempting to process the remote client's disconnection (Pass Through).  The "
+        u"An error occurred while attempting to process the remote client's disconnection (Pass Through).  "
+        u"The "
         u"operating system reports: ",
     .serverBytesReceived =
-        u"An error occurred while attempting to process the data arriving on the local server (Pass Through).  "
+        u"An error occurred while attempting to process the data arriving on the local server (Pass "
+        u"Through).  "
         u"The operating system reports: ",
     .serverError =
-        u"An error occurred while attempting to process the local server's error (Pass Through).  The operating "
+        u"An error occurred while attempting to process the local server's error (Pass Through).  The "
+        u"operating "
         u"system reports: ",
     .clientError =
-        u"An error occurred while attempting to process the local client's error (Pass Through).  The operating "
+        u"An error occurred while attempting to process the local client's error (Pass Through).  The "
+        u"operating "
         u"system reports: ",
     .serverBytesSent =
-        u"An error occurred while attempting to process the data sent through the local server (Pass Through).  "
+        u"An error occurred while attempting to process the data sent through the local server (Pass "
+        u"Through).  "
         u"The operating system reports: ",
     .resumeClientSend =
         u"An error occurred while attempting to process the data during the throttled send through the local "
@@ -56,11 +64,17 @@ constexpr FailureTexts kTexts{
 
 }  // namespace
 
-QString ProtocolPassThru::GetProtocolName() const { return QStringLiteral("Pass Through"); }
+QString ProtocolPassThru::GetProtocolName() const {
+  return QStringLiteral("Pass Through");
+}
 
-QString ProtocolPassThru::RejectedProtocolName() const { return kShownName; }
+QString ProtocolPassThru::RejectedProtocolName() const {
+  return kShownName;
+}
 
-const FailureTexts& ProtocolPassThru::Texts() const { return kTexts; }
+const FailureTexts& ProtocolPassThru::Texts() const {
+  return kTexts;
+}
 
 void ProtocolPassThru::ShowProperties(qint32, Form*) {}
 
@@ -76,7 +90,8 @@ void ProtocolPassThru::BeginConnection() {
 
 bool ProtocolPassThru::GetDestinationServer(qint32 lngListeningPort, QString& strServer, qint32& lngPort) {
   return mGeneral.Guard(
-      u"An error occurred while attempting to get the destination server and port (Pass Through).  The operating "
+      u"An error occurred while attempting to get the destination server and port (Pass Through).  The "
+      u"operating "
       u"system reports: ",
       [&] {
         const QString section = PortSection(GetProtocolName(), lngListeningPort);

@@ -20,6 +20,8 @@ ProtocolTable AllProtocols() {
   };
 }
 
-std::vector<std::function<ProtocolHandlerRef(General&)>> ListedProtocols() { return {Make<ProtocolPassThru>}; }
+std::vector<std::function<ProtocolHandlerRef(General&)>> ListedProtocols() {
+  return {Make<ProtocolPassThru>};
+}
 
 }  // namespace veltrane

@@ -1,5 +1,5 @@
-// The skeleton of all handlers: relays the bytes of one connection both ways, holds what cannot leave yet, and
-// ends the pair when a side goes. A handler overrides the steps in which it differs.
+// The skeleton of all handlers: relays the bytes of one connection both ways, holds what cannot leave yet,
+// and ends the pair when a side goes. A handler overrides the steps in which it differs.
 //
 // Each direction keeps two flags. The pending flag keeps a throttle timer from offering data before
 // SendComplete of the previous piece; the throttle's own state keeps a SendComplete from sending before its
@@ -86,13 +86,13 @@ class RelayHandler : public ProtocolHandler {
   static constexpr qsizetype kDrainPiece = 8192;
 
   General& mGeneral;
-  PayloadBuffer mvarClientBuffer;      // waits to go to the remote server
-  PayloadBuffer mvarServerBuffer;      // waits to go to the remote client
-  bool mblnServerSending = false;      // a run of sends has begun and has not run dry
+  PayloadBuffer mvarClientBuffer;  // waits to go to the remote server
+  PayloadBuffer mvarServerBuffer;  // waits to go to the remote client
+  bool mblnServerSending = false;  // a run of sends has begun and has not run dry
   bool mblnClientSending = false;
   bool mblnClientSendPending = false;  // one send is out and its SendComplete has not come
   bool mblnServerSendPending = false;
-  bool mblnRemoteServerGone = false;   // die as soon as the other side has what is held for it
+  bool mblnRemoteServerGone = false;  // die as soon as the other side has what is held for it
   bool mblnRemoteClientGone = false;
 
  private:

@@ -34,7 +34,9 @@ void frmMain::SetupScreen() {
   tvwSockets.Node(QStringLiteral("ROOT")).SetExpanded(true);
 }
 
-void frmMain::ApplyKeepOnTop() { mGeneral.SetTopMostWindow(*this, mnuKeepOnTop.Checked()); }
+void frmMain::ApplyKeepOnTop() {
+  mGeneral.SetTopMostWindow(*this, mnuKeepOnTop.Checked());
+}
 
 void frmMain::UnloadSocketPairs() {
   if (mGeneral.gobjListening) mGeneral.gobjListening->UnloadTerminatedPairs();

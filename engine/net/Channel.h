@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QtGlobal>
+
 #include <memory>
 
 #include "base/Clock.h"

@@ -1,13 +1,12 @@
 #include "engine/net/Connection.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <linux/sockios.h>
 #include <netinet/tcp.h>
 #include <sys/epoll.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
-
-#include <algorithm>
-#include <cerrno>
 #include <utility>
 
 #include "engine/net/Reactor.h"
@@ -38,7 +37,9 @@ int Count(int descriptor, unsigned long request) {
   return ioctl(descriptor, request, &bytes) == 0 ? bytes : 0;
 }
 
-bool WouldBlock(int error) { return error == EAGAIN || error == EWOULDBLOCK || error == EINTR; }
+bool WouldBlock(int error) {
+  return error == EAGAIN || error == EWOULDBLOCK || error == EINTR;
+}
 
 }  // namespace
 
@@ -56,7 +57,9 @@ std::shared_ptr<Connection> Connection::ToAddresses(Reactor& reactor, TcpSocket&
   return connection;
 }
 
-void Connection::Start() { UpdateWatch(); }
+void Connection::Start() {
+  UpdateWatch();
+}
 
 void Connection::ConnectTo(in_addr address, in_port_t port) {
   sockaddr_in peer{};
@@ -72,7 +75,9 @@ void Connection::ConnectTo(in_addr address, in_port_t port) {
   }
 }
 
-void Connection::PostEvent() { mReactor.Post(shared_from_this()); }
+void Connection::PostEvent() {
+  mReactor.Post(shared_from_this());
+}
 
 void Connection::ServePosted() {
   if (!mOwner) return;

@@ -2,9 +2,9 @@
 // socket's events; let go of, it only gets rid of what is queued.
 #pragma once
 
-#include <netinet/in.h>
-
 #include <QList>
+
+#include <netinet/in.h>
 #include <vector>
 
 #include "base/Payload.h"

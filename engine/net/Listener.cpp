@@ -1,9 +1,8 @@
 #include "engine/net/Listener.h"
 
+#include <cerrno>
 #include <sys/epoll.h>
 #include <sys/socket.h>
-
-#include <cerrno>
 
 #include "engine/net/Reactor.h"
 #include "engine/net/SocketErrors.h"
@@ -18,7 +17,9 @@ bool IsShortage(int error) {
 
 }  // namespace
 
-void Listener::Start() { mReactor.Watch(*this, EPOLLIN); }
+void Listener::Start() {
+  mReactor.Watch(*this, EPOLLIN);
+}
 
 void Listener::Readable() {
   const ChannelRef keep = shared_from_this();

@@ -9,7 +9,8 @@ class TcpSocket;
 
 class Listener : public Channel {
  public:
-  Listener(Reactor& reactor, int descriptor, TcpSocket& owner) : Channel(reactor, descriptor), mOwner(&owner) {}
+  Listener(Reactor& reactor, int descriptor, TcpSocket& owner)
+      : Channel(reactor, descriptor), mOwner(&owner) {}
 
   void Start();
   void Disown() { mOwner = nullptr; }

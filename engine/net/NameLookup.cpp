@@ -1,14 +1,13 @@
 #include "engine/net/NameLookup.h"
 
-#include <netdb.h>
-#include <sys/eventfd.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
+#include <netdb.h>
+#include <sys/eventfd.h>
 #include <thread>
+#include <unistd.h>
 #include <utility>
 
 #include "engine/net/SocketErrors.h"
@@ -51,7 +50,9 @@ NameLookup::~NameLookup() {
   mShared->wake.notify_all();
 }
 
-int NameLookup::Descriptor() const { return mShared->descriptor; }
+int NameLookup::Descriptor() const {
+  return mShared->descriptor;
+}
 
 quint64 NameLookup::Start(const QString& name, Answer answer) {
   const quint64 number = ++mLastNumber;
@@ -67,7 +68,9 @@ quint64 NameLookup::Start(const QString& name, Answer answer) {
   return number;
 }
 
-void NameLookup::Cancel(quint64 number) { mWaiting.erase(number); }
+void NameLookup::Cancel(quint64 number) {
+  mWaiting.erase(number);
+}
 
 void NameLookup::Work(const std::shared_ptr<Shared>& shared) {
   std::unique_lock lock(shared->mutex);

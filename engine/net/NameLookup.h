@@ -3,11 +3,11 @@
 // has gone is forgotten, and the end of the program waits for none.
 #pragma once
 
-#include <netinet/in.h>
-
 #include <QString>
+
 #include <functional>
 #include <memory>
+#include <netinet/in.h>
 #include <unordered_map>
 #include <vector>
 

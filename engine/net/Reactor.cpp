@@ -1,14 +1,13 @@
 #include "engine/net/Reactor.h"
 
+#include <array>
+#include <cerrno>
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <unistd.h>
-
-#include <array>
-#include <cerrno>
 #include <utility>
 
 #include "engine/net/SocketErrors.h"
@@ -65,8 +64,10 @@ Reactor::Reactor(const Clock& clock, TimerQueue& timers, NameLookup::Resolver re
 }
 
 Reactor::~Reactor() {
-  for (const ChannelRef& channel : std::exchange(mLingering, {})) CloseChannel(channel);
-  for (const auto& request : mRequests) ::close(request.second);
+  for (const ChannelRef& channel : std::exchange(mLingering, {}))
+    CloseChannel(channel);
+  for (const auto& request : mRequests)
+    ::close(request.second);
   Close(mReserve);
   Close(mWake);
   Close(mEpoll);
@@ -153,7 +154,9 @@ void Reactor::ServePosted() {
   }
 }
 
-void Reactor::Wake() { eventfd_write(mWake, 1); }
+void Reactor::Wake() {
+  eventfd_write(mWake, 1);
+}
 
 void Reactor::Release(const ChannelRef& channel) {
   if (!channel->IsOpen()) return;

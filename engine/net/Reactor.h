@@ -24,8 +24,7 @@ namespace veltrane {
 
 class Reactor : public SocketFactory {
  public:
-  Reactor(const Clock& clock, TimerQueue& timers,
-          NameLookup::Resolver resolver = NameLookup::SystemResolver);
+  Reactor(const Clock& clock, TimerQueue& timers, NameLookup::Resolver resolver = NameLookup::SystemResolver);
   ~Reactor() override;
 
   std::unique_ptr<Socket> CreateSocket(SocketEvents& events) override;

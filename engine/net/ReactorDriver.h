@@ -4,6 +4,7 @@
 #include <QObject>
 #include <QSocketNotifier>
 #include <QTimer>
+
 #include <functional>
 
 #include "base/Failure.h"

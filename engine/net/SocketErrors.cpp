@@ -1,10 +1,9 @@
 #include "engine/net/SocketErrors.h"
 
-#include <netdb.h>
-
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <netdb.h>
 
 namespace veltrane {
 namespace {

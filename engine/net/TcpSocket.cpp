@@ -1,13 +1,12 @@
 #include "engine/net/TcpSocket.h"
 
 #include <arpa/inet.h>
+#include <array>
+#include <cerrno>
 #include <ifaddrs.h>
 #include <net/if.h>
 #include <sys/socket.h>
 #include <unistd.h>
-
-#include <array>
-#include <cerrno>
 #include <utility>
 
 #include "engine/net/Connection.h"
@@ -49,7 +48,9 @@ QString MachineName() {
 
 TcpSocket::TcpSocket(Reactor& reactor, SocketEvents& events) : mReactor(reactor), mEvents(events) {}
 
-TcpSocket::~TcpSocket() { Detach(); }
+TcpSocket::~TcpSocket() {
+  Detach();
+}
 
 QString TcpSocket::RemoteHostIP() const {
   return mRemoteAddress.s_addr == INADDR_ANY ? QString() : Dotted(mRemoteAddress);
@@ -141,7 +142,8 @@ void TcpSocket::Connect(const QString& remoteHost, qint32 remotePort) {
 }
 
 void TcpSocket::ConnectToAddresses(const std::vector<in_addr>& addresses) {
-  mConnection = Connection::ToAddresses(mReactor, *this, addresses, htons(static_cast<in_port_t>(mRemotePort)));
+  mConnection =
+      Connection::ToAddresses(mReactor, *this, addresses, htons(static_cast<in_port_t>(mRemotePort)));
   mState = SocketState::kConnecting;
   mConnection->Start();
 }
@@ -164,7 +166,9 @@ void TcpSocket::SendData(const Payload& data) {
   if (!data.IsEmpty()) mConnection->Send(data);
 }
 
-Payload TcpSocket::GetData() { return mConnection ? mConnection->TakeArrived() : Payload(); }
+Payload TcpSocket::GetData() {
+  return mConnection ? mConnection->TakeArrived() : Payload();
+}
 
 void TcpSocket::Close() {
   Detach();

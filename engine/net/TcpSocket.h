@@ -2,9 +2,8 @@
 // can be read after the channel has gone.
 #pragma once
 
-#include <netinet/in.h>
-
 #include <memory>
+#include <netinet/in.h>
 #include <vector>
 
 #include "base/Failure.h"

@@ -1,9 +1,7 @@
-#include "base/Clock.h"
-
+#include <ctime>
 #include <gtest/gtest.h>
 
-#include <ctime>
-
+#include "base/Clock.h"
 #include "base/RandomGenerator.h"
 
 namespace veltrane {
@@ -52,7 +50,8 @@ TEST(SystemRandomGenerator, The_same_seed_gives_the_same_numbers) {
   SystemRandomGenerator two;
   one.Randomize(42);
   two.Randomize(42);
-  for (int i = 0; i < 100; ++i) EXPECT_EQ(one.Rnd(), two.Rnd());
+  for (int i = 0; i < 100; ++i)
+    EXPECT_EQ(one.Rnd(), two.Rnd());
 }
 
 }  // namespace

@@ -1,9 +1,7 @@
-#include "base/Failure.h"
-
 #include <gtest/gtest.h>
-
 #include <stdexcept>
 
+#include "base/Failure.h"
 #include "tests/support/Journal.h"
 
 namespace veltrane {
@@ -18,7 +16,8 @@ TEST(Failure, A_report_is_message_number_and_text) {
   Sink sink;
   EXPECT_FALSE(Guarded(sink, u"It failed.  The operating system reports: ",
                        [] { throw Failure(FailureNumber::kTypeMismatch); }));
-  EXPECT_EQ(sink.texts, QStringList{QStringLiteral("It failed.  The operating system reports: 13, Type mismatch")});
+  EXPECT_EQ(sink.texts,
+            QStringList{QStringLiteral("It failed.  The operating system reports: 13, Type mismatch")});
 }
 
 TEST(Failure, Nothing_is_reported_when_nothing_fails) {
@@ -34,16 +33,17 @@ TEST(Failure, Other_exceptions_become_failures_too) {
   Guarded(sink, u"a: ", [] { throw std::runtime_error("odd"); });
   Guarded(sink, u"b: ", [] { throw std::bad_alloc(); });
   Guarded(sink, u"c: ", [] { throw 7; });
-  EXPECT_EQ(sink.texts, (QStringList{QStringLiteral("a: 51, Internal error: odd"),
-                                     QStringLiteral("b: 7, Out of memory"), QStringLiteral("c: 51, Internal error")}));
+  EXPECT_EQ(sink.texts,
+            (QStringList{QStringLiteral("a: 51, Internal error: odd"), QStringLiteral("b: 7, Out of memory"),
+                         QStringLiteral("c: 51, Internal error")}));
 }
 
 TEST(Failure, Every_number_has_a_text_of_its_own) {
   using enum FailureNumber;
   QStringList texts;
-  for (const FailureNumber number : {kBadArgument, kOverflow, kOutOfMemory, kOutOfRange, kTypeMismatch, kInternal,
-                                     kFileNotFound, kDiskFull, kPermissionDenied, kPathNotFound, kObjectNotSet,
-                                     kDuplicateKey, kStore}) {
+  for (const FailureNumber number :
+       {kBadArgument, kOverflow, kOutOfMemory, kOutOfRange, kTypeMismatch, kInternal, kFileNotFound,
+        kDiskFull, kPermissionDenied, kPathNotFound, kObjectNotSet, kDuplicateKey, kStore}) {
     texts.append(FailureText(number));
   }
   EXPECT_FALSE(texts.contains(QStringLiteral("Unknown failure")));

@@ -1,17 +1,19 @@
-#include "base/KeyedList.h"
-
 #include <gtest/gtest.h>
 
+#include "base/KeyedList.h"
 #include "tests/support/Journal.h"
 
 namespace veltrane {
 namespace {
 
-QString Key(int i) { return QStringLiteral("KEY%1").arg(i); }
+QString Key(int i) {
+  return QStringLiteral("KEY%1").arg(i);
+}
 
 KeyedList<int> Filled(int count) {
   KeyedList<int> list;
-  for (int i = 1; i <= count; ++i) list.Add(i * 10, Key(i));
+  for (int i = 1; i <= count; ++i)
+    list.Add(i * 10, Key(i));
   return list;
 }
 
@@ -65,8 +67,10 @@ TEST(KeyedList, Removal_moves_what_follows_up) {
 
 TEST(KeyedList, Positions_hold_after_many_removals_anywhere) {
   KeyedList<int> list = Filled(1000);
-  for (int i = 1; i <= 1000; i += 3) list.Remove(Key(i));
-  for (int i = 0; i < 100; ++i) list.Remove(1);
+  for (int i = 1; i <= 1000; i += 3)
+    list.Remove(Key(i));
+  for (int i = 0; i < 100; ++i)
+    list.Remove(1);
   ASSERT_EQ(list.Count(), 566);
   for (qsizetype i = 1; i <= list.Count(); ++i) {
     EXPECT_EQ(list.PositionOf(list.KeyAt(i)), i);

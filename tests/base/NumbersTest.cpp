@@ -1,8 +1,7 @@
-#include "base/Numbers.h"
-
 #include <gtest/gtest.h>
 
 #include "base/Failure.h"
+#include "base/Numbers.h"
 #include "tests/support/Journal.h"
 
 namespace veltrane {
@@ -18,15 +17,15 @@ qint32 FailureOf(const std::function<void()>& body) {
 }
 
 TEST(Numbers, Texts_that_are_numeric) {
-  for (const char16_t* text : {u"0", u"7", u"-7", u"+7", u" 7 ", u"2.5", u".5", u"5.", u"1e3", u"1E+3", u"1e-3",
-                               u"6\r\n", u"\t6", u"1e308", u"00012"}) {
+  for (const char16_t* text : {u"0", u"7", u"-7", u"+7", u" 7 ", u"2.5", u".5", u"5.", u"1e3", u"1E+3",
+                               u"1e-3", u"6\r\n", u"\t6", u"1e308", u"00012"}) {
     EXPECT_TRUE(IsNumeric(QStringView(text))) << QString::fromUtf16(text).toStdString();
   }
 }
 
 TEST(Numbers, Texts_that_are_not_numeric) {
-  for (const char16_t* text : {u"", u" ", u"x", u"7x", u"x7", u".", u"-", u"1e", u"1e+", u"NaN", u"nan", u"inf",
-                               u"1,5", u"1 2", u"--1", u"0x10", u"&H10", u"١"}) {
+  for (const char16_t* text : {u"", u" ", u"x", u"7x", u"x7", u".", u"-", u"1e", u"1e+", u"NaN", u"nan",
+                               u"inf", u"1,5", u"1 2", u"--1", u"0x10", u"&H10", u"١"}) {
     EXPECT_FALSE(IsNumeric(QStringView(text))) << QString::fromUtf16(text).toStdString();
   }
 }

@@ -1,7 +1,6 @@
-#include "base/Payload.h"
-
 #include <gtest/gtest.h>
 
+#include "base/Payload.h"
 #include "tests/support/Journal.h"
 
 namespace veltrane {
@@ -31,10 +30,12 @@ TEST(Payload, A_whole_chunk_gives_its_bytes_without_copying) {
 
 TEST(Payload, Every_byte_value_passes_through_text) {
   QString text;
-  for (int i = 0; i < 256; ++i) text += QChar(i);
+  for (int i = 0; i < 256; ++i)
+    text += QChar(i);
   const Payload payload = Payload::FromText(text);
   ASSERT_EQ(payload.Size(), 256);
-  for (int i = 0; i < 256; ++i) EXPECT_EQ(static_cast<unsigned char>(payload.Data()[i]), i);
+  for (int i = 0; i < 256; ++i)
+    EXPECT_EQ(static_cast<unsigned char>(payload.Data()[i]), i);
 }
 
 TEST(PayloadBuffer, Takes_in_the_order_of_appending) {

@@ -1,9 +1,7 @@
-#include "base/Timer.h"
-
 #include <gtest/gtest.h>
-
 #include <memory>
 
+#include "base/Timer.h"
 #include "tests/support/FakeClock.h"
 #include "tests/support/Journal.h"
 

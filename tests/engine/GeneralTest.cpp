@@ -1,7 +1,6 @@
-#include "engine/General.h"
-
 #include <gtest/gtest.h>
 
+#include "engine/General.h"
 #include "engine/SocketArray.h"
 #include "tests/support/World.h"
 
@@ -29,8 +28,8 @@ class BrokenClock : public FakeClock {
 
 TEST_F(GeneralTest, A_failing_clock_is_reported) {
   BrokenClock clock;
-  General general({world.mStore, world.mSockets, world.mTimers, clock, world.mRandom, world.mDesktop, world.mErrors,
-                   QString()},
+  General general({world.mStore, world.mSockets, world.mTimers, clock, world.mRandom, world.mDesktop,
+                   world.mErrors, QString()},
                   {});
   EXPECT_EQ(general.GetTimeString(true), QString());
   EXPECT_EQ(world.mErrors.mTexts,
@@ -105,10 +104,12 @@ TEST_F(GeneralTest, The_first_run_seeds_six_ports_in_order) {
       {QStringLiteral("443"), QStringLiteral("HTTPS Proxy - Secure Web")},
       {QStringLiteral("21"), QStringLiteral("FTP - File Transfer Protocol")},
       {QStringLiteral("1000"), QStringLiteral("Pass Through - For Testing Apps")}};
-  const QList<SettingRow> protocols{
-      {QStringLiteral("25"), QStringLiteral("Pass Through")}, {QStringLiteral("110"), QStringLiteral("POP3")},
-      {QStringLiteral("8080"), QStringLiteral("HTTP")},       {QStringLiteral("443"), QStringLiteral("HTTPS")},
-      {QStringLiteral("21"), QStringLiteral("FTP")},          {QStringLiteral("1000"), QStringLiteral("Pass Through")}};
+  const QList<SettingRow> protocols{{QStringLiteral("25"), QStringLiteral("Pass Through")},
+                                    {QStringLiteral("110"), QStringLiteral("POP3")},
+                                    {QStringLiteral("8080"), QStringLiteral("HTTP")},
+                                    {QStringLiteral("443"), QStringLiteral("HTTPS")},
+                                    {QStringLiteral("21"), QStringLiteral("FTP")},
+                                    {QStringLiteral("1000"), QStringLiteral("Pass Through")}};
   EXPECT_EQ(world.mGeneral.mSettings.All(QStringLiteral("PortsInUse")), descriptions);
   EXPECT_EQ(world.mGeneral.mSettings.All(QStringLiteral("Protocols")), protocols);
   EXPECT_EQ(world.Get(QStringLiteral("Protocols\\Pass Through\\Port 25"), QStringLiteral("Port")),
@@ -117,8 +118,9 @@ TEST_F(GeneralTest, The_first_run_seeds_six_ports_in_order) {
             QStringLiteral("1000"));
   // Names that can exist on no network.
   for (const int port : {25, 1000}) {
-    EXPECT_TRUE(world.Get(QStringLiteral("Protocols\\Pass Through\\Port %1").arg(port), QStringLiteral("Server"))
-                    .endsWith(QStringLiteral(".invalid")));
+    EXPECT_TRUE(
+        world.Get(QStringLiteral("Protocols\\Pass Through\\Port %1").arg(port), QStringLiteral("Server"))
+            .endsWith(QStringLiteral(".invalid")));
   }
   EXPECT_EQ(world.Get(QStringLiteral("FirstRun"), QStringLiteral("FirstRun")), QStringLiteral("False"));
 }
@@ -135,8 +137,9 @@ TEST_F(GeneralTest, A_failure_half_way_leaves_the_first_run_to_be_done_again) {
   world.mGeneral.CheckFirstRun();
   EXPECT_FALSE(world.mGeneral.gblnFirstRun);
   EXPECT_EQ(world.mErrors.mTexts,
-            QStringList{QStringLiteral("An error occurred while attempting to check whether this is the first time "
-                                       "that Veltrane has run.  The operating system reports: 1001, store is full")});
+            QStringList{
+                QStringLiteral("An error occurred while attempting to check whether this is the first time "
+                               "that Veltrane has run.  The operating system reports: 1001, store is full")});
   world.mStore.mWritesBeforeFailure = -1;
   world.mGeneral.CheckFirstRun();
   EXPECT_TRUE(world.mGeneral.gblnFirstRun);
@@ -159,9 +162,10 @@ TEST_F(GeneralTest, An_ephemeral_port_without_a_destination_keeps_its_descriptio
   EXPECT_EQ(world.Get(QStringLiteral("Protocols"), QStringLiteral("1500")), QStringLiteral("(none)"));
   EXPECT_EQ(world.Get(QStringLiteral("PortsInUse"), QStringLiteral("1500")), text);
   EXPECT_EQ(world.mErrors.mTexts,
-            QStringList{QStringLiteral("An error occurred while attempting to delete the Ephemeral port references "
-                                       "from the registry.  The operating system reports: 5, Invalid procedure call "
-                                       "or argument")});
+            QStringList{
+                QStringLiteral("An error occurred while attempting to delete the Ephemeral port references "
+                               "from the registry.  The operating system reports: 5, Invalid procedure call "
+                               "or argument")});
 }
 
 }  // namespace

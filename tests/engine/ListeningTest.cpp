@@ -1,7 +1,6 @@
-#include "engine/Listening.h"
-
 #include <gtest/gtest.h>
 
+#include "engine/Listening.h"
 #include "tests/support/World.h"
 
 namespace veltrane {
@@ -48,11 +47,13 @@ TEST_F(ListeningTest, A_taken_port_is_reported_with_the_long_text_and_the_other_
   world.AddPort(1000, kPassThrough, QStringLiteral("Apps"));
   world.mSockets.mListenFailures[1] = 10048;
   Start();
-  EXPECT_EQ(world.mErrors.mTexts,
-            QStringList{QStringLiteral(
-                "A problem occurred while attempting to listen on port 25. This generally indicates that another "
-                "application is already listening on this port. Terminate this other application and then attempt to "
-                "resume listening on this port. The operating system reports: 0x2740 (10048), failed on purpose")});
+  EXPECT_EQ(
+      world.mErrors.mTexts,
+      QStringList{QStringLiteral(
+          "A problem occurred while attempting to listen on port 25. This generally indicates that another "
+          "application is already listening on this port. Terminate this other application and then attempt "
+          "to "
+          "resume listening on this port. The operating system reports: 0x2740 (10048), failed on purpose")});
   EXPECT_EQ(Listener(25).State(), SocketState::kClosed);
   EXPECT_EQ(Listener(1000).State(), SocketState::kListening);
 }
@@ -125,10 +126,11 @@ TEST_F(RequestTest, A_request_makes_a_handler_a_pair_and_its_key_and_accepts) {
 TEST_F(RequestTest, A_refused_request_is_not_accepted) {
   world.mSchedule.mRefuse = true;
   Listener(1000).Request(31);
-  EXPECT_EQ(world.mJournal.Take(),
-            (QStringList{QStringLiteral("ask refuse"), QStringLiteral("LocalServerRejectedConnection(True, 1000)"),
-                         QStringLiteral("GotProtocol(Pass Thru)"), QStringLiteral("Dead()"),
-                         QStringLiteral("RefreshPaneTitles"), QStringLiteral("CheckAnimation")}));
+  EXPECT_EQ(
+      world.mJournal.Take(),
+      (QStringList{QStringLiteral("ask refuse"), QStringLiteral("LocalServerRejectedConnection(True, 1000)"),
+                   QStringLiteral("GotProtocol(Pass Thru)"), QStringLiteral("Dead()"),
+                   QStringLiteral("RefreshPaneTitles"), QStringLiteral("CheckAnimation")}));
   EXPECT_EQ(world.mGeneral.gobjListening->mobjSocketPairs.Count(), 1);
 }
 
@@ -136,8 +138,9 @@ TEST_F(RequestTest, A_port_without_a_protocol_gives_the_message_and_no_pair) {
   world.mStore.DeleteSetting(kApplicationName, kProtocols, QStringLiteral("1000"));
   Listener(1000).Request(31);
   EXPECT_EQ(world.mErrors.mTexts,
-            QStringList{QStringLiteral("A socket connection request has been received on a listening socket with no "
-                                       "associated protocol.")});
+            QStringList{
+                QStringLiteral("A socket connection request has been received on a listening socket with no "
+                               "associated protocol.")});
   EXPECT_EQ(world.mGeneral.gobjListening->mobjSocketPairs.Count(), 0);
   EXPECT_EQ(world.mGeneral.gobjListening->LastSocketPairNumber(), 0);
   EXPECT_TRUE(world.mJournal.Take().isEmpty());
@@ -148,16 +151,18 @@ TEST_F(RequestTest, A_store_that_cannot_be_read_is_the_protocol_types_failure) {
   Listener(1000).Request(31);
   ASSERT_EQ(world.mErrors.mTexts.size(), 2);
   EXPECT_EQ(world.mErrors.mTexts[0],
-            QStringLiteral("An error occurred while attempting get the protocol type.  The operating system reports: "
-                           "1001, store cannot be read"));
+            QStringLiteral(
+                "An error occurred while attempting get the protocol type.  The operating system reports: "
+                "1001, store cannot be read"));
 }
 
 TEST_F(RequestTest, A_failure_of_the_schedule_is_the_requests_failure) {
   world.mSchedule.OnAsked = [] { throw Failure(FailureNumber::kOverflow); };
   Listener(1000).Request(31);
   EXPECT_EQ(world.mErrors.mTexts,
-            QStringList{QStringLiteral("An error occurred while attempting to process the remote client's connection "
-                                       "request.  The operating system reports: 6, Overflow")});
+            QStringList{
+                QStringLiteral("An error occurred while attempting to process the remote client's connection "
+                               "request.  The operating system reports: 6, Overflow")});
 }
 
 TEST_F(RequestTest, Pair_keys_count_on_and_wrap_and_a_key_still_in_use_is_not_served) {
@@ -165,7 +170,8 @@ TEST_F(RequestTest, Pair_keys_count_on_and_wrap_and_a_key_still_in_use_is_not_se
   world.mSchedule.mRefuse = true;
   const auto purge = [&] {
     // Keeps the first pair of all, as a connection that lives on would be kept.
-    while (listening.mobjSocketPairs.Count() > 1) listening.mobjSocketPairs.Remove(2);
+    while (listening.mobjSocketPairs.Count() > 1)
+      listening.mobjSocketPairs.Remove(2);
     listening.UnloadTerminatedPairs();
     world.mJournal.Take();
   };
@@ -186,9 +192,10 @@ TEST_F(RequestTest, Pair_keys_count_on_and_wrap_and_a_key_still_in_use_is_not_se
   const qsizetype before = listening.mobjSocketPairs.Count();
   Listener(1000).Request(65537);
   EXPECT_EQ(world.mErrors.mTexts,
-            QStringList{QStringLiteral("An error occurred while attempting to process the remote client's connection "
-                                       "request.  The operating system reports: 457, This key is already in use in the "
-                                       "list")});
+            QStringList{QStringLiteral(
+                "An error occurred while attempting to process the remote client's connection "
+                "request.  The operating system reports: 457, This key is already in use in the "
+                "list")});
   EXPECT_EQ(listening.mobjSocketPairs.Count(), before);
   // Once the old pair is purged the number is free again, when the count comes round to it.
   EXPECT_EQ(listening.LastSocketPairNumber(), 1);
@@ -261,7 +268,8 @@ TEST_F(StatusTest, Not_to_be_used_replaces_the_socket_by_an_idle_one_and_back_st
   EXPECT_NE(first, second);
   EXPECT_EQ(second->State(), SocketState::kClosed);
   EXPECT_EQ(NodeText(1000), QStringLiteral("Apps (1000) - Not Listening"));
-  EXPECT_EQ(world.mJournal.Take(), (QStringList{QStringLiteral("socket.Close"), QStringLiteral("RefreshPaneTitles")}));
+  EXPECT_EQ(world.mJournal.Take(),
+            (QStringList{QStringLiteral("socket.Close"), QStringLiteral("RefreshPaneTitles")}));
   const int created = world.mSockets.mCreated;
   world.Save(kProtocols, QStringLiteral("1000"), kPassThrough);
   Listens().CheckListeningStatus(1000);
@@ -277,10 +285,11 @@ TEST_F(StatusTest, A_port_that_cannot_be_had_again_is_reported_with_the_short_te
   world.mSockets.mListenFailure = 10048;
   world.mJournal.Take();
   Listens().CheckListeningStatus(1000);
-  EXPECT_EQ(world.mErrors.mTexts,
-            QStringList{QStringLiteral("A problem occurred while attempting to listen on port 1000. This generally "
-                                       "indicates that another application is already listening on this port.  The "
-                                       "operating system reports: 10048, failed on purpose")});
+  EXPECT_EQ(
+      world.mErrors.mTexts,
+      QStringList{QStringLiteral("A problem occurred while attempting to listen on port 1000. This generally "
+                                 "indicates that another application is already listening on this port.  The "
+                                 "operating system reports: 10048, failed on purpose")});
   EXPECT_EQ(NodeText(1000), QStringLiteral("Apps (1000) - Not Listening"));
   EXPECT_EQ(world.mJournal.Take().last(), QStringLiteral("RefreshPaneTitles"));
   // The idle socket that the failure left is tried again.
@@ -302,9 +311,10 @@ TEST_F(StatusTest, A_port_that_lost_its_description_reads_unloaded) {
 TEST_F(StatusTest, A_port_without_a_socket_is_a_reported_failure) {
   world.Save(kProtocols, QStringLiteral("1001"), kPassThrough);
   Listens().CheckListeningStatus(1001);
-  EXPECT_EQ(world.mErrors.mTexts,
-            QStringList{QStringLiteral("An error occurred while attempting to check the listening status.  The "
-                                       "operating system reports: 5, Invalid procedure call or argument")});
+  EXPECT_EQ(
+      world.mErrors.mTexts,
+      QStringList{QStringLiteral("An error occurred while attempting to check the listening status.  The "
+                                 "operating system reports: 5, Invalid procedure call or argument")});
 }
 
 TEST_F(StatusTest, A_new_port_gets_an_idle_socket_and_a_node) {
@@ -343,8 +353,9 @@ TEST_F(StatusTest, Shut_down_terminates_all_pairs_and_leaves_no_socket) {
   const std::shared_ptr<SocketPair> pair = listening.mobjSocketPairs.Item(1);
   listening.DeInitaliseListeningSockets();
   EXPECT_TRUE(pair->mblnTerminated);
-  EXPECT_EQ(world.mJournal.Take(), (QStringList{QStringLiteral("socket.Close"), QStringLiteral("socket.Close"),
-                                                QStringLiteral("socket.Close")}));
+  EXPECT_EQ(world.mJournal.Take(),
+            (QStringList{QStringLiteral("socket.Close"), QStringLiteral("socket.Close"),
+                         QStringLiteral("socket.Close")}));
   EXPECT_EQ(listening.mobjSocketPairs.Count(), 0);
   EXPECT_EQ(listening.mcolListeningSocket.Count(), 0);
   world.mGeneral.gobjListening.reset();
@@ -377,8 +388,9 @@ TEST_F(StatusTest, A_pair_purged_from_the_list_is_still_swept) {
 TEST_F(StatusTest, A_shortage_of_descriptors_is_reported_under_the_requests_text) {
   Listener(1000).Fails(10024, QStringLiteral("Too many open sockets"));
   EXPECT_EQ(world.mErrors.mTexts,
-            QStringList{QStringLiteral("An error occurred while attempting to process the remote client's connection "
-                                       "request.  The operating system reports: 10024, Too many open sockets")});
+            QStringList{
+                QStringLiteral("An error occurred while attempting to process the remote client's connection "
+                               "request.  The operating system reports: 10024, Too many open sockets")});
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
-#include "engine/Main.h"
-
 #include <gtest/gtest.h>
 
+#include "engine/Main.h"
 #include "protocols/ProtocolPassThru.h"
 #include "tests/support/World.h"
 
@@ -70,7 +69,9 @@ struct MainTest : testing::Test, StartUp {
   void SetOption(const char* key, const char* value) {
     world.Save(QStringLiteral("Options"), QLatin1String(key), QLatin1String(value));
   }
-  void NotFirstRun() { world.Save(QStringLiteral("FirstRun"), QStringLiteral("FirstRun"), QStringLiteral("False")); }
+  void NotFirstRun() {
+    world.Save(QStringLiteral("FirstRun"), QStringLiteral("FirstRun"), QStringLiteral("False"));
+  }
 
   World world;
   bool anotherInstance = false;
@@ -86,30 +87,29 @@ TEST_F(MainTest, The_steps_run_in_their_order) {
   NotFirstRun();
   world.AddPort(1000, QStringLiteral("Pass Through"), QStringLiteral("Apps"));
   EXPECT_TRUE(Run());
-  EXPECT_EQ(world.mJournal.lines,
-            (QStringList{
-                QStringLiteral("another instance?"),
-                QStringLiteral("load frmSplash"),
-                QStringLiteral("show frmSplash"),
-                QStringLiteral("repaint frmSplash"),
-                QStringLiteral("top-most frmSplash"),
-                QStringLiteral("create Logging"),
-                QStringLiteral("socket.Listen 1000"),
-                QStringLiteral("load frmMain"),
-                QStringLiteral("show frmMain"),
-                QStringLiteral("repaint frmMain"),
-                QStringLiteral("protocols"),
-                QStringLiteral("load frmConfigure"),
-                QStringLiteral("show frmConfigure over frmMain"),
-                QStringLiteral("repaint frmConfigure"),
-                QStringLiteral("repaint frmSplash"),
-                QStringLiteral("sleep 2000"),
-                QStringLiteral("not top-most frmSplash"),
-                QStringLiteral("unload frmSplash"),
-                QStringLiteral("hide frmSplash"),
-                QStringLiteral("load frmProblemSimulation"),
-                QStringLiteral("load frmRealTimeLogging"),
-            }));
+  EXPECT_EQ(world.mJournal.lines, (QStringList{
+                                      QStringLiteral("another instance?"),
+                                      QStringLiteral("load frmSplash"),
+                                      QStringLiteral("show frmSplash"),
+                                      QStringLiteral("repaint frmSplash"),
+                                      QStringLiteral("top-most frmSplash"),
+                                      QStringLiteral("create Logging"),
+                                      QStringLiteral("socket.Listen 1000"),
+                                      QStringLiteral("load frmMain"),
+                                      QStringLiteral("show frmMain"),
+                                      QStringLiteral("repaint frmMain"),
+                                      QStringLiteral("protocols"),
+                                      QStringLiteral("load frmConfigure"),
+                                      QStringLiteral("show frmConfigure over frmMain"),
+                                      QStringLiteral("repaint frmConfigure"),
+                                      QStringLiteral("repaint frmSplash"),
+                                      QStringLiteral("sleep 2000"),
+                                      QStringLiteral("not top-most frmSplash"),
+                                      QStringLiteral("unload frmSplash"),
+                                      QStringLiteral("hide frmSplash"),
+                                      QStringLiteral("load frmProblemSimulation"),
+                                      QStringLiteral("load frmRealTimeLogging"),
+                                  }));
   EXPECT_TRUE(world.mGeneral.gblnConnectionDiagramSelected);
   EXPECT_TRUE(world.mGeneral.gblnRecordEvents);
   EXPECT_FALSE(world.mGeneral.gblnClosing);
@@ -122,7 +122,8 @@ TEST_F(MainTest, The_steps_run_in_their_order) {
 
 TEST_F(MainTest, A_command_line_of_any_kind_ends_the_program_after_the_message) {
   EXPECT_FALSE(Run({QStringLiteral("--help")}));
-  EXPECT_EQ(world.mJournal.lines, QStringList{QStringLiteral("box: Please remove all command line arguments.")});
+  EXPECT_EQ(world.mJournal.lines,
+            QStringList{QStringLiteral("box: Please remove all command line arguments.")});
   ASSERT_EQ(world.mDesktop.mBoxes.size(), 1);
   EXPECT_EQ(world.mDesktop.mBoxes[0].icon, BoxIcon::kExclamation);
   EXPECT_EQ(world.mDesktop.mBoxes[0].title, QStringLiteral("Veltrane"));
@@ -150,23 +151,25 @@ TEST_F(MainTest, An_empty_store_yields_six_ports_and_the_welcome_and_the_next_st
   EXPECT_EQ(world.mDesktop.mBoxes[0].title, QStringLiteral("Veltrane"));
   EXPECT_EQ(
       world.mDesktop.mBoxes[0].text,
-      QStringLiteral("Welcome to Veltrane!\n\n"
-                     "To help you get started, Veltrane has been automatically configured to handle\n"
-                     "- SMTP (outgoing e-mail) on port 25 \n"
-                     "- POP3 (incoming e-mail) on port 110 \n"
-                     "- HTTP (web browsing) on port 8080\n"
-                     "- HTTPS (secure web browsing) on port 443 \n"
-                     "- FTP (File Transfer Protocol) on port 21 and\n"
-                     "- Pass Through (For testing custom applications) on port 1000.\n\n"
-                     "You will need to configure your email client and web browser to connect to Veltrane.  Details "
-                     "can be found in the Help by looking under the heading 'Configuring Veltrane and the Client "
-                     "Software'. Also, be sure to click on 'Configure...' on the following screen to enter the name "
-                     "of your email servers.\n\n"
-                     "To learn more about Veltrane please visit https://veltrane.example/\n\n"
-                     "This message box will not be displayed again.\n"));
+      QStringLiteral(
+          "Welcome to Veltrane!\n\n"
+          "To help you get started, Veltrane has been automatically configured to handle\n"
+          "- SMTP (outgoing e-mail) on port 25 \n"
+          "- POP3 (incoming e-mail) on port 110 \n"
+          "- HTTP (web browsing) on port 8080\n"
+          "- HTTPS (secure web browsing) on port 443 \n"
+          "- FTP (File Transfer Protocol) on port 21 and\n"
+          "- Pass Through (For testing custom applications) on port 1000.\n\n"
+          "You will need to configure your email client and web browser to connect to Veltrane.  Details "
+          "can be found in the Help by looking under the heading 'Configuring Veltrane and the Client "
+          "Software'. Also, be sure to click on 'Configure...' on the following screen to enter the name "
+          "of your email servers.\n\n"
+          "To learn more about Veltrane please visit https://veltrane.example/\n\n"
+          "This message box will not be displayed again.\n"));
   // The welcome comes after the splash pause and before the hidden dialogs.
   const QStringList& lines = world.mJournal.lines;
-  EXPECT_LT(lines.indexOf(QStringLiteral("sleep 2000")), lines.indexOf(QStringLiteral("box: Welcome to Veltrane!")));
+  EXPECT_LT(lines.indexOf(QStringLiteral("sleep 2000")),
+            lines.indexOf(QStringLiteral("box: Welcome to Veltrane!")));
   EXPECT_LT(lines.indexOf(QStringLiteral("box: Welcome to Veltrane!")),
             lines.indexOf(QStringLiteral("load frmProblemSimulation")));
 
@@ -204,7 +207,8 @@ TEST_F(MainTest, An_error_window_that_came_up_is_brought_to_the_front) {
   Run();
   const QStringList& lines = world.mJournal.lines;
   EXPECT_LT(lines.indexOf(QStringLiteral("show frmError")), lines.indexOf(QStringLiteral("load frmMain")));
-  EXPECT_LT(lines.indexOf(QStringLiteral("repaint frmConfigure")), lines.indexOf(QStringLiteral("to front frmError")));
+  EXPECT_LT(lines.indexOf(QStringLiteral("repaint frmConfigure")),
+            lines.indexOf(QStringLiteral("to front frmError")));
   EXPECT_LT(lines.indexOf(QStringLiteral("to front frmError")), lines.indexOf(QStringLiteral("sleep 2000")));
   EXPECT_TRUE(lines.contains(QStringLiteral("show frmMain"))) << "the main window comes up all the same";
 }
@@ -228,7 +232,8 @@ TEST_F(MainTest, Data_ports_that_a_crash_left_are_removed_before_any_socket_list
   Run();
   EXPECT_EQ(world.Get(QStringLiteral("Protocols"), QStringLiteral("1500")), QStringLiteral("(none)"));
   EXPECT_EQ(world.Get(QStringLiteral("PortsInUse"), QStringLiteral("1500")), QStringLiteral("(none)"));
-  EXPECT_EQ(world.mJournal.lines.filter(QStringLiteral("Listen")), QStringList{QStringLiteral("socket.Listen 1000")});
+  EXPECT_EQ(world.mJournal.lines.filter(QStringLiteral("Listen")),
+            QStringList{QStringLiteral("socket.Listen 1000")});
   EXPECT_TRUE(world.mErrors.mTexts.isEmpty());
 }
 
@@ -237,8 +242,9 @@ TEST_F(MainTest, A_left_over_row_that_is_no_port_is_reported_and_the_start_goes_
   world.Save(QStringLiteral("Protocols"), QStringLiteral("70000"), QStringLiteral("Dynamically allocated"));
   Run();
   ASSERT_FALSE(world.mErrors.mTexts.isEmpty());
-  EXPECT_EQ(world.mErrors.mTexts[0], QStringLiteral("An error occurred while attempting to start Veltrane.  The "
-                                                    "operating system reports: 6, Overflow"));
+  EXPECT_EQ(world.mErrors.mTexts[0],
+            QStringLiteral("An error occurred while attempting to start Veltrane.  The "
+                           "operating system reports: 6, Overflow"));
   EXPECT_TRUE(world.mJournal.lines.contains(QStringLiteral("load frmRealTimeLogging")));
 }
 
@@ -247,8 +253,9 @@ TEST_F(MainTest, A_failure_on_the_way_is_reported_and_the_program_runs) {
   SetOption("RunMinimized", "abc");
   EXPECT_TRUE(Run());
   EXPECT_EQ(world.mErrors.mTexts,
-            QStringList{QStringLiteral("An error occurred while attempting to start Veltrane.  The operating system "
-                                       "reports: 13, Type mismatch")});
+            QStringList{
+                QStringLiteral("An error occurred while attempting to start Veltrane.  The operating system "
+                               "reports: 13, Type mismatch")});
 }
 
 }  // namespace

@@ -1,17 +1,16 @@
 // What the real sockets do beyond the contract: error numbers, name look-up, shortage, fairness.
-#include "engine/net/Reactor.h"
+#include <QCoreApplication>
 
+#include <atomic>
+#include <cerrno>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <netdb.h>
 #include <sys/resource.h>
+#include <thread>
 #include <unistd.h>
 
-#include <QCoreApplication>
-#include <atomic>
-#include <cerrno>
-#include <thread>
-
+#include "engine/net/Reactor.h"
 #include "engine/net/ReactorDriver.h"
 #include "engine/net/SocketErrors.h"
 #include "tests/support/Journal.h"
@@ -42,8 +41,8 @@ struct Quiet : SocketEvents {
 };
 
 TEST(SocketErrors, The_numbers_that_the_logic_compares) {
-  const QList<QPair<int, qint32>> rows{{EADDRINUSE, 10048},   {ETIMEDOUT, 10060}, {ECONNREFUSED, 10061},
-                                       {ECONNRESET, 10054},   {EACCES, 10013},    {EMFILE, 10024},
+  const QList<QPair<int, qint32>> rows{{EADDRINUSE, 10048},   {ETIMEDOUT, 10060},   {ECONNREFUSED, 10061},
+                                       {ECONNRESET, 10054},   {EACCES, 10013},      {EMFILE, 10024},
                                        {EHOSTUNREACH, 10065}, {ENETUNREACH, 10051}, {EADDRNOTAVAIL, 10049}};
   for (const auto& [system, number] : rows) {
     EXPECT_EQ(SocketFailure(system).Number(), number);
@@ -71,7 +70,8 @@ TEST(NameLookup, Hanging_look_ups_do_not_hold_others_back) {
   std::atomic<bool> release = false;
   RealNet net([&release](const std::string& name) {
     NameLookup::Result result;
-    while (name.starts_with("slow") && !release) std::this_thread::sleep_for(milliseconds(1));
+    while (name.starts_with("slow") && !release)
+      std::this_thread::sleep_for(milliseconds(1));
     result.lookupError = EAI_NONAME;
     return result;
   });
@@ -95,7 +95,8 @@ TEST(NameLookup, The_end_of_the_program_waits_for_no_answer) {
   const auto before = std::chrono::steady_clock::now();
   {
     RealNet net([](const std::string&) {
-      while (!release) std::this_thread::sleep_for(milliseconds(1));
+      while (!release)
+        std::this_thread::sleep_for(milliseconds(1));
       return NameLookup::Result{};
     });
     Quiet events;
@@ -111,7 +112,8 @@ TEST(NameLookup, The_end_of_the_program_waits_for_no_answer) {
 TEST(NameLookup, The_next_address_is_tried_when_one_refuses) {
   RealNet net([](const std::string&) {
     NameLookup::Result result;
-    result.addresses = {in_addr{htonl(0x7f000002)}, in_addr{htonl(0x7f000003)}, in_addr{htonl(INADDR_LOOPBACK)}};
+    result.addresses = {in_addr{htonl(0x7f000002)}, in_addr{htonl(0x7f000003)},
+                        in_addr{htonl(INADDR_LOOPBACK)}};
     return result;
   });
   // The peer listens on 127.0.0.1 alone.
@@ -188,7 +190,8 @@ TEST(Reactor, Out_of_descriptors_is_reported_once_and_the_listener_goes_on_when_
   listening->Listen();
   // The peers' own descriptors are opened first.
   std::vector<std::unique_ptr<Peer>> peers;
-  for (int i = 0; i < 12; ++i) peers.push_back(net.ConnectTo(listening->LocalPort()));
+  for (int i = 0; i < 12; ++i)
+    peers.push_back(net.ConnectTo(listening->LocalPort()));
   const FewDescriptors few(4);
   ASSERT_TRUE(net.Pump([&] { return !server.errors.isEmpty(); }));
   net.Settle();

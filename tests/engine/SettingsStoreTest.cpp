@@ -1,12 +1,12 @@
-#include <gtest/gtest.h>
-#include <sqlite3.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
+
+#include <gtest/gtest.h>
 #include <memory>
+#include <sqlite3.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "engine/SqliteSettingsStore.h"
 #include "tests/support/MemoryStore.h"
@@ -43,7 +43,8 @@ TEST_F(SettingsStoreTest, A_missing_key_gives_the_callers_default) {
   store->SaveSetting(kApp, kSection, kKey, QStringLiteral("7"));
   EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, QStringLiteral("100")), QStringLiteral("7"));
   EXPECT_EQ(store->GetSetting(kApp, QStringLiteral("Other"), kKey, QStringLiteral("d")), QStringLiteral("d"));
-  EXPECT_EQ(store->GetSetting(QStringLiteral("Other"), kSection, kKey, QStringLiteral("d")), QStringLiteral("d"));
+  EXPECT_EQ(store->GetSetting(QStringLiteral("Other"), kSection, kKey, QStringLiteral("d")),
+            QStringLiteral("d"));
 }
 
 TEST_F(SettingsStoreTest, Values_come_back_as_they_went_in) {
@@ -57,7 +58,8 @@ TEST_F(SettingsStoreTest, Values_come_back_as_they_went_in) {
                            QString(1000000, u'x')};
   {
     const auto store = Open();
-    for (int i = 0; i < values.size(); ++i) store->SaveSetting(kApp, kSection, QString::number(i), values[i]);
+    for (int i = 0; i < values.size(); ++i)
+      store->SaveSetting(kApp, kSection, QString::number(i), values[i]);
     for (int i = 0; i < values.size(); ++i) {
       EXPECT_EQ(store->GetSetting(kApp, kSection, QString::number(i), QStringLiteral("none")), values[i]);
     }
@@ -65,12 +67,14 @@ TEST_F(SettingsStoreTest, Values_come_back_as_they_went_in) {
   const auto again = Open();
   const QList<SettingRow> rows = again->GetAllSettings(kApp, kSection);
   ASSERT_EQ(rows.size(), values.size());
-  for (int i = 0; i < values.size(); ++i) EXPECT_EQ(rows[i].second, values[i]);
+  for (int i = 0; i < values.size(); ++i)
+    EXPECT_EQ(rows[i].second, values[i]);
 }
 
 TEST_F(SettingsStoreTest, Rows_come_in_the_order_in_which_they_were_first_written) {
   const auto store = Open();
-  for (const int port : {25, 110, 8080, 21}) store->SaveSetting(kApp, kSection, QString::number(port), QStringLiteral("a"));
+  for (const int port : {25, 110, 8080, 21})
+    store->SaveSetting(kApp, kSection, QString::number(port), QStringLiteral("a"));
   store->SaveSetting(kApp, kSection, QStringLiteral("110"), QStringLiteral("b"));
   const QList<SettingRow> rows = store->GetAllSettings(kApp, kSection);
   ASSERT_EQ(rows.size(), 4);
@@ -102,7 +106,8 @@ TEST_F(SettingsStoreTest, A_section_with_a_backslash_is_a_section_of_its_own) {
   store->SaveSetting(kApp, QStringLiteral("Protocols\\HTTP"), QStringLiteral("25"), QStringLiteral("y"));
   EXPECT_EQ(store->GetAllSettings(kApp, QStringLiteral("Protocols")).size(), 1);
   store->DeleteSetting(kApp, QStringLiteral("Protocols\\HTTP"));
-  EXPECT_EQ(store->GetSetting(kApp, QStringLiteral("Protocols"), QStringLiteral("25"), {}), QStringLiteral("x"));
+  EXPECT_EQ(store->GetSetting(kApp, QStringLiteral("Protocols"), QStringLiteral("25"), {}),
+            QStringLiteral("x"));
 }
 
 TEST_F(SettingsStoreTest, Deleting_what_is_not_there_fails) {

@@ -1,6 +1,5 @@
 // One suite for the socket contract, run against the network in memory and against real sockets.
 #include <gtest/gtest.h>
-
 #include <optional>
 
 #include "engine/net/SocketErrors.h"
@@ -109,7 +108,8 @@ struct SocketContract : testing::Test {
 
   static QByteArray Bytes(qsizetype count) {
     QByteArray bytes(count, Qt::Uninitialized);
-    for (qsizetype i = 0; i < count; ++i) bytes[i] = static_cast<char>((i * 7 + i / 251) & 0xff);
+    for (qsizetype i = 0; i < count; ++i)
+      bytes[i] = static_cast<char>((i * 7 + i / 251) & 0xff);
     return bytes;
   }
 
@@ -185,7 +185,8 @@ TYPED_TEST(SocketContract, All_waiting_requests_are_announced) {
   };
   server.socket->Listen();
   std::vector<std::unique_ptr<Peer>> peers;
-  for (int i = 0; i < 100; ++i) peers.push_back(this->mWorld.ConnectTo(server.socket->LocalPort()));
+  for (int i = 0; i < 100; ++i)
+    peers.push_back(this->mWorld.ConnectTo(server.socket->LocalPort()));
   EXPECT_TRUE(this->mWorld.Pump([&] { return accepted.size() == 100; }));
 }
 
@@ -323,8 +324,9 @@ TYPED_TEST(SocketContract, Data_goes_both_ways_unchanged) {
   const QByteArray all = this->Bytes(100000);
   this->mOut->socket->SendData(all);
   this->mPeer->Send(all);
-  ASSERT_TRUE(this->mWorld.Pump(
-      [&] { return this->mPeer->Received().size() == all.size() && this->mOut->received.size() == all.size(); }));
+  ASSERT_TRUE(this->mWorld.Pump([&] {
+    return this->mPeer->Received().size() == all.size() && this->mOut->received.size() == all.size();
+  }));
   EXPECT_EQ(this->mPeer->Received(), all);
   EXPECT_EQ(this->mOut->received, all);
 }

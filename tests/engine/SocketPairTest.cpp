@@ -1,7 +1,6 @@
-#include "engine/SocketPair.h"
-
 #include <gtest/gtest.h>
 
+#include "engine/SocketPair.h"
 #include "tests/support/World.h"
 
 namespace veltrane {
@@ -22,7 +21,9 @@ class JournalHandler : public ProtocolHandler {
   }
   void LocalServerRejectedConnection() override { Note(QStringLiteral("Rejected")); }
   void ConnectedToRemoteServer(const QString& comment) override {
-    Note(QStringLiteral("Connected [%1] dangling %2").arg(comment).arg(mobjSocketPair->IsDanglingCurrentlyOn(true)));
+    Note(QStringLiteral("Connected [%1] dangling %2")
+             .arg(comment)
+             .arg(mobjSocketPair->IsDanglingCurrentlyOn(true)));
   }
   void RemoteServerInitiatedDisconnection(const QString& comment) override {
     Note(QStringLiteral("ServerGone [%1]").arg(comment));
@@ -97,8 +98,9 @@ TEST_F(SocketPairTest, A_fresh_pair_is_neither_dead_nor_initialised_and_its_time
   EXPECT_FALSE(pair->Dead());
   EXPECT_FALSE(pair->ClientInitialised());
   EXPECT_FALSE(pair->mblnTerminated);
-  for (const Timer* timer : {&pair->tmrC2SThrottleDataRequest, &pair->tmrS2CThrottleDataRequest,
-                             &pair->tmrDangleStartTimer, &pair->tmrDangleStopTimer, &pair->tmrTerminationTime}) {
+  for (const Timer* timer :
+       {&pair->tmrC2SThrottleDataRequest, &pair->tmrS2CThrottleDataRequest, &pair->tmrDangleStartTimer,
+        &pair->tmrDangleStopTimer, &pair->tmrTerminationTime}) {
     EXPECT_TRUE(timer->Enabled());
     EXPECT_EQ(timer->Interval(), 0);
   }
@@ -226,8 +228,9 @@ TEST_F(SocketPairTest, Data_arrival_is_read_in_states_7_and_8_only) {
     world.mErrors.mTexts.clear();
     server->Arrive("a");
     client->Arrive("b");
-    EXPECT_EQ(world.mErrors.mTexts, (QStringList{QStringLiteral("Data arrival on server state %1").arg(state),
-                                                 QStringLiteral("Data arrival on client state %1").arg(state)}));
+    EXPECT_EQ(world.mErrors.mTexts,
+              (QStringList{QStringLiteral("Data arrival on server state %1").arg(state),
+                           QStringLiteral("Data arrival on client state %1").arg(state)}));
     EXPECT_TRUE(Take().isEmpty());
   }
   for (const int state : {7, 8}) {
@@ -319,7 +322,8 @@ TEST_F(SocketPairTest, A_throttled_send_cuts_and_arms_its_own_timer) {
   EXPECT_EQ(pair->tmrC2SThrottleDataRequest.Interval(), 100);
   EXPECT_EQ(pair->tmrS2CThrottleDataRequest.Interval(), 0);
   EXPECT_TRUE(pair->ServerSendData(PayloadBuffer(QByteArray("12345")), sent, rest));
-  EXPECT_EQ(Take(), (QStringList{QStringLiteral("sckClient.SendData abc"), QStringLiteral("sckServer.SendData 123")}));
+  EXPECT_EQ(Take(), (QStringList{QStringLiteral("sckClient.SendData abc"),
+                                 QStringLiteral("sckServer.SendData 123")}));
   EXPECT_EQ(pair->tmrS2CThrottleDataRequest.Interval(), 100);
 }
 
@@ -434,8 +438,9 @@ TEST_F(DangleTest, The_choice_at_the_end_is_read_at_the_end) {
   world.mTimers.Advance(milliseconds(999));
   EXPECT_TRUE(pair->IsDanglingCurrentlyOn(true));
   world.mTimers.Advance(milliseconds(1));
-  EXPECT_EQ(Take(), (QStringList{QStringLiteral("Dangling 0 2 1000"),
-                                 QStringLiteral("ServerGone [Connection terminated as per dangling schedule.]")}));
+  EXPECT_EQ(Take(),
+            (QStringList{QStringLiteral("Dangling 0 2 1000"),
+                         QStringLiteral("ServerGone [Connection terminated as per dangling schedule.]")}));
   EXPECT_FALSE(pair->IsDanglingCurrentlyOn(true));
 }
 
@@ -480,8 +485,8 @@ TEST_F(SocketPairTest, A_forced_termination_is_error_0_of_the_local_client) {
   Connect();
   world.mSchedule.mGraceful = 1;
   world.mTimers.Advance(milliseconds(300));
-  EXPECT_EQ(Take(), QStringList{QStringLiteral(
-                        "ClientError 0 Socket connection scheduled for termination by VLT.")});
+  EXPECT_EQ(Take(),
+            QStringList{QStringLiteral("ClientError 0 Socket connection scheduled for termination by VLT.")});
 }
 
 TEST_F(SocketPairTest, Terminate_closes_what_is_connected_and_can_run_again) {

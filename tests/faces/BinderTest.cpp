@@ -1,8 +1,4 @@
 // The generic binder, with real clicks and keys on every kind of control.
-#include "ui/faces/Binder.h"
-
-#include <gtest/gtest.h>
-
 #include <QAction>
 #include <QCheckBox>
 #include <QComboBox>
@@ -17,11 +13,14 @@
 #include <QToolButton>
 #include <QTreeView>
 
+#include <gtest/gtest.h>
+
 #include "forms/Controls.h"
 #include "forms/Form.h"
 #include "forms/ListView.h"
 #include "forms/TreeView.h"
 #include "tests/support/FakeDesktop.h"
+#include "ui/faces/Binder.h"
 
 namespace veltrane {
 namespace {
@@ -40,7 +39,9 @@ struct BinderTest : testing::Test {
     face.activateWindow();
     QCoreApplication::processEvents();
   }
-  static void Click(QWidget& widget) { QTest::mouseClick(&widget, Qt::LeftButton, {}, {8, widget.height() / 2}); }
+  static void Click(QWidget& widget) {
+    QTest::mouseClick(&widget, Qt::LeftButton, {}, {8, widget.height() / 2});
+  }
   static void Frame() { QTest::qWait(30); }
 
   Journal journal;
@@ -210,7 +211,8 @@ TEST_F(BinderTest, Tick_list_ticks_and_moves_its_cursor) {
   TickList list(form, QStringLiteral("lst"));
   auto& widget = Put<QListWidget>("lst");
   widget.setGeometry(10, 10, 200, 200);
-  for (const char* text : {"<Don't use>", "HTTP", "FTP"}) list.AddItem(QLatin1String(text));
+  for (const char* text : {"<Don't use>", "HTTP", "FTP"})
+    list.AddItem(QLatin1String(text));
   list.SetTicked(1, true);
   QList<int> ticks;
   list.OnItemTick = [&](int row) { ticks.append(row); };

@@ -1,6 +1,6 @@
-#include <gmock/gmock.h>
-
 #include <QApplication>
+
+#include <gmock/gmock.h>
 
 int main(int argc, char* argv[]) {
   qputenv("QT_QPA_PLATFORM", "offscreen");

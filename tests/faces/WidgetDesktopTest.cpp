@@ -1,7 +1,3 @@
-#include "ui/faces/WidgetDesktop.h"
-
-#include <gtest/gtest.h>
-
 #include <QApplication>
 #include <QMessageBox>
 #include <QPlainTextEdit>
@@ -9,8 +5,11 @@
 #include <QTest>
 #include <QTimer>
 
+#include <gtest/gtest.h>
+
 #include "tests/support/World.h"
 #include "ui/faces/FormFace.h"
+#include "ui/faces/WidgetDesktop.h"
 #include "ui/frmError.h"
 
 namespace veltrane {

@@ -1,8 +1,7 @@
-#include "forms/Controls.h"
-
 #include <gtest/gtest.h>
 
 #include "base/Failure.h"
+#include "forms/Controls.h"
 #include "forms/Form.h"
 #include "forms/RichTextBox.h"
 #include "tests/support/FakeDesktop.h"

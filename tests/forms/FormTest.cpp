@@ -1,8 +1,7 @@
-#include "forms/Form.h"
-
 #include <gtest/gtest.h>
 
 #include "forms/Control.h"
+#include "forms/Form.h"
 #include "tests/support/FakeDesktop.h"
 
 namespace veltrane {
@@ -10,7 +9,8 @@ namespace {
 
 class LoggedForm : public Form {
  public:
-  LoggedForm(Desktop& desktop, Journal& journal) : Form(desktop, QStringLiteral("frmTest")), mJournal(journal) {}
+  LoggedForm(Desktop& desktop, Journal& journal)
+      : Form(desktop, QStringLiteral("frmTest")), mJournal(journal) {}
   bool mRefuse = false;
 
  protected:

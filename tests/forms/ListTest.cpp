@@ -1,6 +1,6 @@
-#include <gtest/gtest.h>
-
 #include <QAbstractItemModelTester>
+
+#include <gtest/gtest.h>
 #include <random>
 
 #include "forms/Form.h"
@@ -17,11 +17,13 @@ struct ListTest : testing::Test {
     list.AddColumnHeader({QStringLiteral("AA2"), QStringLiteral("Bytes"), 900});
   }
   void Add(const char* key, const char* bytes) {
-    list.Add(QLatin1String(key), QLatin1String(key), QStringLiteral("Socket")).SetSubItem(1, QLatin1String(bytes));
+    list.Add(QLatin1String(key), QLatin1String(key), QStringLiteral("Socket"))
+        .SetSubItem(1, QLatin1String(bytes));
   }
   static QString Shown(const ListModel& model, int column = 0) {
     QStringList texts;
-    for (int row = 0; row < model.rowCount(); ++row) texts.append(model.index(row, column).data().toString());
+    for (int row = 0; row < model.rowCount(); ++row)
+      texts.append(model.index(row, column).data().toString());
     return texts.join(u' ');
   }
 
@@ -114,7 +116,9 @@ TEST_F(ListTest, The_model_follows_random_changes) {
   const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::Fatal);
   int next = 0;
   for (int round = 0; round < 3000; ++round) {
-    const auto any = [&] { return 1 + static_cast<qsizetype>(random() % static_cast<unsigned>(list.Count())); };
+    const auto any = [&] {
+      return 1 + static_cast<qsizetype>(random() % static_cast<unsigned>(list.Count()));
+    };
     switch (random() % 9) {
       case 0:
         if (list.Count() > 3) list.Remove(list.Item(any()).Key());

@@ -1,6 +1,6 @@
-#include <gtest/gtest.h>
-
 #include <QAbstractItemModelTester>
+
+#include <gtest/gtest.h>
 #include <random>
 
 #include "base/Failure.h"
@@ -28,7 +28,8 @@ struct TreeTest : testing::Test {
   }
   QStringList Keys() const {
     QStringList keys;
-    for (TreeNode* node = tree.First(); node; node = TreeView::Next(*node)) keys.append(node->Key());
+    for (TreeNode* node = tree.First(); node; node = TreeView::Next(*node))
+      keys.append(node->Key());
     return keys;
   }
   void Fill() {
@@ -137,14 +138,16 @@ void ExpectSame(const TreeModel& model, const QModelIndex& parent, const std::ve
     EXPECT_EQ(model.NodeAt(index), nodes[i]);
     EXPECT_EQ(model.IndexOf(*nodes[i]), index);
     std::vector<TreeNode*> children;
-    for (qsizetype c = 0; c < nodes[i]->ChildCount(); ++c) children.push_back(&nodes[i]->Child(c));
+    for (qsizetype c = 0; c < nodes[i]->ChildCount(); ++c)
+      children.push_back(&nodes[i]->Child(c));
     ExpectSame(model, index, children);
   }
 }
 
 void ExpectSame(const TreeModel& model, const TreeView& tree) {
   std::vector<TreeNode*> top;
-  for (qsizetype i = 0; i < tree.TopCount(); ++i) top.push_back(&tree.Top(i));
+  for (qsizetype i = 0; i < tree.TopCount(); ++i)
+    top.push_back(&tree.Top(i));
   ExpectSame(model, {}, top);
 }
 

@@ -1,7 +1,6 @@
-#include "protocols/ProtocolPassThru.h"
-
 #include <gtest/gtest.h>
 
+#include "protocols/ProtocolPassThru.h"
 #include "tests/support/World.h"
 
 namespace veltrane {
@@ -47,7 +46,8 @@ struct PassThruTest : testing::Test {
 
 QStringList Lines(std::initializer_list<const char*> lines) {
   QStringList result;
-  for (const char* line : lines) result.append(QLatin1String(line));
+  for (const char* line : lines)
+    result.append(QLatin1String(line));
   return result;
 }
 
@@ -61,10 +61,10 @@ TEST_F(PassThruTest, The_name_in_the_store_is_not_the_name_in_the_history) {
 
 TEST_F(PassThruTest, An_accepted_connection_is_recorded_and_goes_to_its_destination) {
   pair->ServerConnected(7, handler);
-  EXPECT_EQ(Take(), Lines({"sckServer.Accept 7", "LocalServerAcceptedConnection(True, 1000)",
-                           "GotProtocol(Pass Thru)",
-                           "ConnectionAttemptToRemoteServer(server.example, 2000, False)",
-                           "sckClient.Connect server.example:2000"}));
+  EXPECT_EQ(Take(),
+            Lines({"sckServer.Accept 7", "LocalServerAcceptedConnection(True, 1000)",
+                   "GotProtocol(Pass Thru)", "ConnectionAttemptToRemoteServer(server.example, 2000, False)",
+                   "sckClient.Connect server.example:2000"}));
 }
 
 TEST_F(PassThruTest, A_known_name_of_the_client_is_recorded) {
@@ -86,11 +86,13 @@ TEST_F(PassThruTest, Without_a_section_it_goes_to_port_80_of_the_placeholder) {
 }
 
 TEST_F(PassThruTest, A_port_that_is_no_number_is_reported_and_the_attempt_goes_on_without_a_server) {
-  world.Save(PortSection(QStringLiteral("Pass Through"), 1000), QStringLiteral("Port"), QStringLiteral("abc"));
+  world.Save(PortSection(QStringLiteral("Pass Through"), 1000), QStringLiteral("Port"),
+             QStringLiteral("abc"));
   pair->ServerConnected(7, handler);
-  EXPECT_EQ(world.mErrors.mTexts,
-            QStringList{QStringLiteral("An error occurred while attempting to get the destination server and port "
-                                       "(Pass Through).  The operating system reports: 13, Type mismatch")});
+  EXPECT_EQ(
+      world.mErrors.mTexts,
+      QStringList{QStringLiteral("An error occurred while attempting to get the destination server and port "
+                                 "(Pass Through).  The operating system reports: 13, Type mismatch")});
   EXPECT_TRUE(Take().contains(QStringLiteral("sckClient.Connect :0")));
 }
 
@@ -98,8 +100,8 @@ TEST_F(PassThruTest, An_attempt_that_cannot_start_ends_the_pair) {
   client->mConnectFailure = 10049;
   pair->ServerConnected(7, handler);
   EXPECT_EQ(Take().mid(4), Lines({"sckClient.Connect server.example:2000",
-                                  "ConnectionAttemptFailed(True, failed on purpose, 10049)", "sckServer.Close",
-                                  "LocalServerDisconnected(False)", "Dead()"}));
+                                  "ConnectionAttemptFailed(True, failed on purpose, 10049)",
+                                  "sckServer.Close", "LocalServerDisconnected(False)", "Dead()"}));
   EXPECT_TRUE(pair->Dead());
   EXPECT_TRUE(pair->mblnTerminated);
 }
@@ -141,7 +143,8 @@ TEST_F(PassThruTest, A_client_that_speaks_and_leaves_early_gets_its_bytes_throug
   EXPECT_EQ(Take().mid(2), Lines({"ConnectionAttemptSuccessful(False, [ ])", "sckClient.SendData last will",
                                   "ClientBytesSendStart(last will, False, False)"}));
   client->Sent();
-  EXPECT_EQ(Take(), Lines({"ClientBytesSendStop()", "sckClient.Close", "LocalClientDisconnected(False)", "Dead()"}));
+  EXPECT_EQ(Take(),
+            Lines({"ClientBytesSendStop()", "sckClient.Close", "LocalClientDisconnected(False)", "Dead()"}));
 }
 
 TEST_F(PassThruTest, A_name_that_cannot_be_resolved_is_a_failed_attempt_and_sckClient_is_not_closed) {
@@ -150,9 +153,10 @@ TEST_F(PassThruTest, A_name_that_cannot_be_resolved_is_a_failed_attempt_and_sckC
     pair->ServerConnected(7, handler);
     Take();
     client->Fails(number, QStringLiteral("not found"));
-    EXPECT_EQ(Take(), QStringList({QStringLiteral("ConnectionAttemptFailed(False, not found, %1)").arg(number),
-                                   QStringLiteral("sckServer.Close"), QStringLiteral("LocalServerDisconnected(False)"),
-                                   QStringLiteral("Dead()")}));
+    EXPECT_EQ(Take(),
+              QStringList({QStringLiteral("ConnectionAttemptFailed(False, not found, %1)").arg(number),
+                           QStringLiteral("sckServer.Close"),
+                           QStringLiteral("LocalServerDisconnected(False)"), QStringLiteral("Dead()")}));
     EXPECT_TRUE(pair->Dead());
   }
 }
@@ -210,8 +214,9 @@ TEST_P(DirectionTest, Sending_holds_what_arrives_and_drains_it_when_sent) {
   From().Arrive("one");
   From().Arrive("two");
   From().Arrive("three");
-  EXPECT_EQ(Take().mid(3), Named({"{in}BytesReceived(two, True)", "{out}BytesBuffered(two, False, False)",
-                                  "{in}BytesReceived(three, True)", "{out}BytesBuffered(three, False, False)"}));
+  EXPECT_EQ(Take().mid(3),
+            Named({"{in}BytesReceived(two, True)", "{out}BytesBuffered(two, False, False)",
+                   "{in}BytesReceived(three, True)", "{out}BytesBuffered(three, False, False)"}));
   To().Sent();
   EXPECT_EQ(Take(), Named({"{out}BytesSendStop()", "sck{out}.SendData twothree",
                            "{out}BytesSendStart(twothree, False, False)"}));
@@ -371,7 +376,8 @@ TEST_P(DirectionTest, During_a_dangle_data_is_held_and_afterwards_sent_whole_and
   Dangle(1);
   Connect();
   world.mTimers.Advance(milliseconds(500));
-  EXPECT_EQ(Take(), QStringList{QStringLiteral("DanglingStatusChanged(True, %1, 1000)").arg(ToServer() ? 0 : 1)});
+  EXPECT_EQ(Take(),
+            QStringList{QStringLiteral("DanglingStatusChanged(True, %1, 1000)").arg(ToServer() ? 0 : 1)});
   From().Arrive("abc");
   From().Arrive("def");
   EXPECT_EQ(Take(), Named({"{in}BytesReceived(abc, True)", "{out}BytesBuffered(abc, False, True)",
@@ -479,7 +485,8 @@ TEST_P(DirectionTest, Data_for_a_socket_that_is_gone_ends_the_pair) {
   Connect();
   To().mState = SocketState::kPeerClosing;
   From().Arrive("abc");
-  QStringList expected = Named({"{in}BytesReceived(abc, True)", "{out}InBadState(-1, Socket not connected, False)"});
+  QStringList expected =
+      Named({"{in}BytesReceived(abc, True)", "{out}InBadState(-1, Socket not connected, False)"});
   // sckClient can still be connecting, so it is not closed here.
   if (!ToServer()) expected += Named({"sckServer.Close", "LocalServerDisconnected(False)"});
   expected += Named({"sck{in}.Close", "Local{in}Disconnected(False)", "Dead()"});
@@ -534,11 +541,13 @@ TEST_F(PassThruTest, The_server_closes_while_a_long_buffer_drains_and_the_client
   client->PeerCloses();
   EXPECT_EQ(Take().mid(5), Lines({"sckClient.Close", "RemoteServerDisconnected(False, [])"}));
   EXPECT_FALSE(pair->Dead());
-  for (int i = 0; i < 3; ++i) server->Sent();
+  for (int i = 0; i < 3; ++i)
+    server->Sent();
   EXPECT_EQ(server->mState, SocketState::kConnected);
   Take();
   server->Sent();
-  EXPECT_EQ(Take(), Lines({"ServerBytesSendStop()", "sckServer.Close", "LocalServerDisconnected(False)", "Dead()"}));
+  EXPECT_EQ(Take(),
+            Lines({"ServerBytesSendStop()", "sckServer.Close", "LocalServerDisconnected(False)", "Dead()"}));
   EXPECT_EQ(server->mSent, "x" + Bytes(20000));
 }
 
@@ -551,7 +560,8 @@ TEST_F(PassThruTest, The_client_closes_while_a_buffer_drains_and_the_server_gets
   client->Sent();
   Take();
   client->Sent();
-  EXPECT_EQ(Take(), Lines({"ClientBytesSendStop()", "sckClient.Close", "LocalClientDisconnected(False)", "Dead()"}));
+  EXPECT_EQ(Take(),
+            Lines({"ClientBytesSendStop()", "sckClient.Close", "LocalClientDisconnected(False)", "Dead()"}));
   EXPECT_EQ(client->mSent, "x" + Bytes(9000));
 }
 
@@ -561,9 +571,10 @@ TEST_F(PassThruTest, Data_from_the_server_after_the_client_has_gone_ends_the_pai
   server->PeerCloses();
   Take();
   client->Arrive("reply");
-  EXPECT_EQ(Take(), Lines({"ClientBytesReceived(reply, True)", "ServerInBadState(-1, Socket not connected, False)",
-                           "sckServer.Close", "LocalServerDisconnected(False)", "sckClient.Close",
-                           "LocalClientDisconnected(False)", "Dead()"}));
+  EXPECT_EQ(Take(),
+            Lines({"ClientBytesReceived(reply, True)", "ServerInBadState(-1, Socket not connected, False)",
+                   "sckServer.Close", "LocalServerDisconnected(False)", "sckClient.Close",
+                   "LocalClientDisconnected(False)", "Dead()"}));
 }
 
 TEST_F(PassThruTest, A_close_that_waits_when_a_dangle_starts_ends_the_pair_and_loses_the_buffer) {
@@ -628,8 +639,8 @@ TEST_F(PassThruTest, An_error_of_the_local_server_closes_both_sides) {
   Connect();
   server->Fails(10054, QStringLiteral("reset"));
   EXPECT_EQ(Take(), Lines({"ServerInBadState(10054, reset, False)", "sckServer.Close",
-                           "LocalServerDisconnected(False)", "sckClient.Close", "LocalClientDisconnected(False)",
-                           "Dead()"}));
+                           "LocalServerDisconnected(False)", "sckClient.Close",
+                           "LocalClientDisconnected(False)", "Dead()"}));
 }
 
 TEST_F(PassThruTest, An_error_of_the_local_server_before_the_connection_stands_closes_it_when_it_comes_late) {
@@ -646,8 +657,8 @@ TEST_F(PassThruTest, An_error_of_the_local_client_closes_both_sides) {
   Connect();
   client->Fails(10054, QStringLiteral("reset"));
   EXPECT_EQ(Take(), Lines({"ClientInBadState(10054, reset, False)", "sckClient.Close",
-                           "LocalClientDisconnected(False)", "sckServer.Close", "LocalServerDisconnected(False)",
-                           "Dead()"}));
+                           "LocalClientDisconnected(False)", "sckServer.Close",
+                           "LocalServerDisconnected(False)", "Dead()"}));
 }
 
 TEST_F(PassThruTest, A_scheduled_termination_by_force_is_an_error_0_of_the_local_client) {
@@ -721,10 +732,11 @@ TEST_F(PassThruTest, Each_operation_reports_its_failure_under_its_own_text) {
   const auto text = [&](const char* what, const std::function<void()>& operation) {
     world.mErrors.mTexts.clear();
     operation();
-    EXPECT_EQ(world.mErrors.mTexts, QStringList{QStringLiteral("An error occurred while attempting to process ") +
-                                                QLatin1String(what) +
-                                                QStringLiteral(" (Pass Through).  The operating system reports: 6, "
-                                                               "Overflow")});
+    EXPECT_EQ(
+        world.mErrors.mTexts,
+        QStringList{QStringLiteral("An error occurred while attempting to process ") + QLatin1String(what) +
+                    QStringLiteral(" (Pass Through).  The operating system reports: 6, "
+                                   "Overflow")});
   };
   text("the connection request from the remote client", [&] { handler->LocalServerAcceptedConnection(); });
   text("the rejected connection request", [&] { handler->LocalServerRejectedConnection(); });
@@ -752,10 +764,12 @@ TEST_F(PassThruTest, The_resume_operations_report_under_their_own_texts) {
   EXPECT_FALSE(handler->ResumeThrottledOrDangledServerSend(false));
   EXPECT_EQ(world.mErrors.mTexts,
             (QStringList{
-                QStringLiteral("An error occurred while attempting to process the data during the throttled send "
-                               "through the local client (Pass Through).  The operating system reports: 6, Overflow"),
-                QStringLiteral("An error occurred while attempting to process the data during the throttled send "
-                               "through the local server (Pass Through).  The operating system reports: 6, Overflow")}));
+                QStringLiteral(
+                    "An error occurred while attempting to process the data during the throttled send "
+                    "through the local client (Pass Through).  The operating system reports: 6, Overflow"),
+                QStringLiteral(
+                    "An error occurred while attempting to process the data during the throttled send "
+                    "through the local server (Pass Through).  The operating system reports: 6, Overflow")}));
 }
 
 }  // namespace

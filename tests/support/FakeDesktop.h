@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QList>
+
 #include <functional>
 
 #include "base/Failure.h"

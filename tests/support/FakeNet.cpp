@@ -1,6 +1,7 @@
 #include "tests/support/FakeNet.h"
 
 #include <QHash>
+
 #include <algorithm>
 
 #include "engine/net/SocketErrors.h"
@@ -113,7 +114,8 @@ class FakeSocket : public Socket {
   bool DeliverConnect() {
     if (mRemoteHost == mNet.SilentAddress()) return false;
     mConnecting = false;
-    const bool known = mRemoteHost == QStringLiteral("127.0.0.1") || mRemoteHost == QStringLiteral("localhost");
+    const bool known =
+        mRemoteHost == QStringLiteral("127.0.0.1") || mRemoteHost == QStringLiteral("localhost");
     if (!known) return FailConnect(kHostNotFound);
     FakeSocket* listener = mNet.ListenerOn(mRemotePort);
     FakePeerListener* peerListener = mNet.PeerListenerOn(mRemotePort);
@@ -268,7 +270,9 @@ std::unique_ptr<Socket> FakeNet::CreateSocket(SocketEvents& events) {
   return std::make_unique<FakeSocket>(*this, events);
 }
 
-std::unique_ptr<PeerListener> FakeNet::Listen() { return std::make_unique<FakePeerListener>(*this, mNextPort++); }
+std::unique_ptr<PeerListener> FakeNet::Listen() {
+  return std::make_unique<FakePeerListener>(*this, mNextPort++);
+}
 
 std::unique_ptr<Peer> FakeNet::ConnectTo(qint32 port) {
   const FakeEndRef mine = NewEnd();
@@ -342,18 +346,21 @@ bool FakeNet::Move(FakeEnd& from) {
 
 bool FakeNet::MoveBytes() {
   bool moved = false;
-  for (const FakeEndRef& end : QList<FakeEndRef>(mEnds)) moved = Move(*end) || moved;
+  for (const FakeEndRef& end : QList<FakeEndRef>(mEnds))
+    moved = Move(*end) || moved;
   // An end that only this list still holds goes when its last word has been carried.
   mEnds.removeIf([](const FakeEndRef& end) {
     const FakeEndRef other = end->other.lock();
-    return end.use_count() == 1 && end->outbox.isEmpty() && (!other || other->finArrived || other->resetArrived);
+    return end.use_count() == 1 && end->outbox.isEmpty() &&
+           (!other || other->finArrived || other->resetArrived);
   });
   return moved;
 }
 
 bool FakeNet::Step() {
   bool busy = MoveBytes();
-  for (FakePeer* peer : QList<FakePeer*>(mPeers)) busy = peer->Read() || busy;
+  for (FakePeer* peer : QList<FakePeer*>(mPeers))
+    busy = peer->Read() || busy;
   QList<FakeSocket*> order(mSockets);
   if (mShuffled) {
     std::shuffle(order.begin(), order.end(), mRandom);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QList>
+
 #include <memory>
 #include <random>
 
@@ -17,9 +18,9 @@ class FakePeerListener;
 /// One direction's receiving half: what has come from the other end and was not read yet.
 struct FakeEnd {
   QByteArray inbox;
-  QByteArray outbox;  // queued by the sender, not yet in the other's inbox
-  bool closing = false;   // no more will be sent; the other learns of it behind the last byte
-  bool gone = false;      // nobody reads here any more
+  QByteArray outbox;     // queued by the sender, not yet in the other's inbox
+  bool closing = false;  // no more will be sent; the other learns of it behind the last byte
+  bool gone = false;     // nobody reads here any more
   bool finArrived = false;
   bool resetArrived = false;
   std::weak_ptr<FakeEnd> other;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QString>
+
 #include <functional>
 
 #include "engine/FailureSchedule.h"
@@ -24,8 +25,8 @@ class FakeSchedule : public FailureSchedule {
     lngPeriod = mTerminatePeriod;
     return mTerminate;
   }
-  bool ShouldConnectionBeDangled(qint32& lngTimeBeforeDanglePeriod, qint32& lngPeriod, qint16& intDataToDangle,
-                                 QString& strDescription) override {
+  bool ShouldConnectionBeDangled(qint32& lngTimeBeforeDanglePeriod, qint32& lngPeriod,
+                                 qint16& intDataToDangle, QString& strDescription) override {
     mJournal.Note(QStringLiteral("ask dangle"));
     lngTimeBeforeDanglePeriod = mTimeBeforeDangle;
     lngPeriod = mDanglePeriod;

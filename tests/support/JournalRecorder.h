@@ -19,7 +19,8 @@ class JournalRecorder : public Recorder {
   void LocalServerRejectedConnection(SocketPair&, bool followOn, qint32 port) override {
     Note("LocalServerRejectedConnection", {BooleanText(followOn), QString::number(port)});
   }
-  void ConnectionAttemptToRemoteServer(SocketPair&, const QString& server, qint32 port, bool followOn) override {
+  void ConnectionAttemptToRemoteServer(SocketPair&, const QString& server, qint32 port,
+                                       bool followOn) override {
     Note("ConnectionAttemptToRemoteServer", {server, QString::number(port), BooleanText(followOn)});
   }
   void ConnectionAttemptFailed(SocketPair&, bool followOn, const QString& error, qint32 number) override {
@@ -67,8 +68,12 @@ class JournalRecorder : public Recorder {
   void ClientInBadState(SocketPair&, qint32 number, const QString& error, bool followOn) override {
     Note("ClientInBadState", {QString::number(number), error, BooleanText(followOn)});
   }
-  void GotNameOfRemoteServer(SocketPair&, const QString& name) override { Note("GotNameOfRemoteServer", {name}); }
-  void GotNameOfRemoteClient(SocketPair&, const QString& name) override { Note("GotNameOfRemoteClient", {name}); }
+  void GotNameOfRemoteServer(SocketPair&, const QString& name) override {
+    Note("GotNameOfRemoteServer", {name});
+  }
+  void GotNameOfRemoteClient(SocketPair&, const QString& name) override {
+    Note("GotNameOfRemoteClient", {name});
+  }
   void GotProtocol(SocketPair&, const QString& name) override { Note("GotProtocol", {name}); }
   void Dead(SocketPair& pair) override {
     Note("Dead", {});

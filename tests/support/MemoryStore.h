@@ -65,7 +65,8 @@ class MemoryStore : public SettingsStore {
   }
   int Find(const QString& application, const QString& section, const QString& key) const {
     for (int i = 0; i < mRows.size(); ++i) {
-      if (Same(mRows[i].application, application) && Same(mRows[i].section, section) && Same(mRows[i].key, key)) {
+      if (Same(mRows[i].application, application) && Same(mRows[i].section, section) &&
+          Same(mRows[i].key, key)) {
         return i;
       }
     }

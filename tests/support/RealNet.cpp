@@ -1,13 +1,12 @@
 #include "tests/support/RealNet.h"
 
 #include <arpa/inet.h>
+#include <cerrno>
 #include <dirent.h>
 #include <netinet/in.h>
+#include <stdexcept>
 #include <sys/socket.h>
 #include <unistd.h>
-
-#include <cerrno>
-#include <stdexcept>
 #include <vector>
 
 namespace veltrane {
@@ -67,9 +66,8 @@ class RealPeer : public Peer {
   bool Write() {
     bool busy = false;
     while (!mOut.isEmpty()) {
-      const ssize_t count =
-          ::send(mDescriptor, mOut.constData() + mOutDone, static_cast<std::size_t>(mOut.size() - mOutDone),
-                 MSG_NOSIGNAL);
+      const ssize_t count = ::send(mDescriptor, mOut.constData() + mOutDone,
+                                   static_cast<std::size_t>(mOut.size() - mOutDone), MSG_NOSIGNAL);
       if (count < 0 && errno != EAGAIN && errno != ENOTCONN) mOut.clear();
       if (count <= 0) break;
       busy = true;
@@ -144,7 +142,9 @@ class RealPeerListener : public PeerListener {
   qint32 mPort = 0;
 };
 
-std::unique_ptr<PeerListener> RealNet::Listen() { return std::make_unique<RealPeerListener>(*this); }
+std::unique_ptr<PeerListener> RealNet::Listen() {
+  return std::make_unique<RealPeerListener>(*this);
+}
 
 std::unique_ptr<Peer> RealNet::ConnectTo(qint32 port) {
   const int descriptor = NewSocket();
@@ -156,11 +156,14 @@ std::unique_ptr<Peer> RealNet::ConnectTo(qint32 port) {
   return std::make_unique<RealPeer>(*this, descriptor);
 }
 
-qint32 RealNet::DeadPort() { return RealPeerListener(*this).Port(); }
+qint32 RealNet::DeadPort() {
+  return RealPeerListener(*this).Port();
+}
 
 bool RealNet::ServePeers() {
   bool busy = false;
-  for (RealPeer* peer : QList<RealPeer*>(mPeers)) busy = peer->Serve() || busy;
+  for (RealPeer* peer : QList<RealPeer*>(mPeers))
+    busy = peer->Serve() || busy;
   return busy;
 }
 
@@ -188,7 +191,8 @@ int OpenDescriptors() {
   int count = 0;
   DIR* folder = opendir("/proc/self/fd");
   if (!folder) return -1;
-  while (readdir(folder)) ++count;
+  while (readdir(folder))
+    ++count;
   closedir(folder);
   return count - 3;  // ".", ".." and the folder itself
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QList>
+
 #include <chrono>
 
 #include "base/Clock.h"

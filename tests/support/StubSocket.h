@@ -41,8 +41,9 @@ class StubSocket : public Socket {
     mState = SocketState::kConnecting;
   }
   void SendData(const Payload& data) override {
-    Note(QStringLiteral("SendData %1").arg(data.Size() > 40 ? QStringLiteral("%1 bytes").arg(data.Size())
-                                                             : QString::fromLatin1(data.Bytes())));
+    Note(QStringLiteral("SendData %1")
+             .arg(data.Size() > 40 ? QStringLiteral("%1 bytes").arg(data.Size())
+                                   : QString::fromLatin1(data.Bytes())));
     MaybeFail(mSendFailure);
     mSent.append(data.View());
   }
@@ -115,11 +116,16 @@ class StubSocketFactory : public SocketFactory {
   Journal& mJournal;
 };
 
-inline StubSocket::StubSocket(StubSocketFactory& factory, SocketEvents& events, QString name, Journal& journal)
+inline StubSocket::StubSocket(StubSocketFactory& factory, SocketEvents& events, QString name,
+                              Journal& journal)
     : mName(std::move(name)), mEvents(events), mFactory(factory), mJournal(journal) {}
 
-inline StubSocket::~StubSocket() { mFactory.mSockets.removeOne(this); }
+inline StubSocket::~StubSocket() {
+  mFactory.mSockets.removeOne(this);
+}
 
-inline void StubSocket::Note(const QString& what) { mJournal.Note(mName + u'.' + what); }
+inline void StubSocket::Note(const QString& what) {
+  mJournal.Note(mName + u'.' + what);
+}
 
 }  // namespace veltrane

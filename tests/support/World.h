@@ -55,7 +55,8 @@ struct World {
     Save(section, QStringLiteral("Server"), server);
   }
   TreeNode& AddNode(qint32 port, const QString& text) {
-    return mMain.tvwSockets.Add(QStringLiteral("ROOT"), ProtocolNodeKey(port), text, QStringLiteral("Protocol"));
+    return mMain.tvwSockets.Add(QStringLiteral("ROOT"), ProtocolNodeKey(port), text,
+                                QStringLiteral("Protocol"));
   }
   Listening& StartListening() {
     mGeneral.gobjListening = std::make_shared<Listening>(mGeneral);

@@ -1,8 +1,7 @@
-#include "ui/frmError.h"
-
 #include <gtest/gtest.h>
 
 #include "tests/support/World.h"
+#include "ui/frmError.h"
 
 namespace veltrane {
 namespace {
@@ -22,14 +21,14 @@ TEST_F(FrmErrorTest, The_newest_failure_stands_on_top_each_with_its_time) {
   error.LogError(QStringLiteral("first"));
   world.mClock.mNow.second = 4;
   error.LogError(QStringLiteral("second"));
-  EXPECT_EQ(error.txtErrorMessage.Text(),
-            QStringLiteral("07:05:04.042\nsecond\n\n07:05:03.042\nfirst\n\n"));
+  EXPECT_EQ(error.txtErrorMessage.Text(), QStringLiteral("07:05:04.042\nsecond\n\n07:05:03.042\nfirst\n\n"));
 }
 
 TEST_F(FrmErrorTest, Logging_shows_the_window_without_waiting_and_repaints_it) {
   error.LogError(QStringLiteral("x"));
   EXPECT_TRUE(error.Visible());
-  EXPECT_EQ(world.mJournal.lines, (QStringList{QStringLiteral("show frmError"), QStringLiteral("repaint frmError")}));
+  EXPECT_EQ(world.mJournal.lines,
+            (QStringList{QStringLiteral("show frmError"), QStringLiteral("repaint frmError")}));
 }
 
 TEST_F(FrmErrorTest, With_keep_on_top_it_stays_above_as_soon_as_it_has_logged) {

@@ -1,10 +1,9 @@
-#include "ui/frmMain.h"
-
 #include <gtest/gtest.h>
 
 #include "history/Logging.h"
 #include "tests/support/World.h"
 #include "ui/frmError.h"
+#include "ui/frmMain.h"
 
 namespace veltrane {
 namespace {
@@ -52,8 +51,9 @@ TEST_F(FrmMainTest, Exit_takes_everything_down_in_order) {
   world.mJournal.Take();
   window.mnuExit.Click();
   EXPECT_EQ(world.mJournal.lines,
-            (QStringList{QStringLiteral("socket.Close"), QStringLiteral("socket.Close"), QStringLiteral("hide frmError"),
-                         QStringLiteral("hide frmConfigure"), QStringLiteral("hide frmMain"), QStringLiteral("end")}));
+            (QStringList{QStringLiteral("socket.Close"), QStringLiteral("socket.Close"),
+                         QStringLiteral("hide frmError"), QStringLiteral("hide frmConfigure"),
+                         QStringLiteral("hide frmMain"), QStringLiteral("end")}));
   EXPECT_FALSE(world.mGeneral.gobjListening);
   EXPECT_TRUE(world.mGeneral.gblnClosing);
   EXPECT_TRUE(world.mSockets.mSockets.isEmpty());

@@ -15,6 +15,7 @@
 #include <QRadioButton>
 #include <QSignalBlocker>
 #include <QTreeView>
+
 #include <functional>
 
 #include "forms/Controls.h"
@@ -130,7 +131,8 @@ void WatchLostFocus(TextBox& box, QWidget& widget) {
     const Qt::FocusReason reason = static_cast<QFocusEvent&>(event).reason();
     if (reason == Qt::ActiveWindowFocusReason || reason == Qt::PopupFocusReason) return;
     // After the event: what it leads to may be a message box.
-    QMetaObject::invokeMethod(&box, [&box] { box.LeaveFocus(); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        &box, [&box] { box.LeaveFocus(); }, Qt::QueuedConnection);
   });
 }
 
@@ -170,7 +172,8 @@ void BindComboBox(ComboBox& box, QComboBox& widget) {
   BindCommon(box, widget);
   Follow(box, widget, [&box, &widget] {
     QStringList shown;
-    for (int i = 0; i < widget.count(); ++i) shown.append(widget.itemText(i));
+    for (int i = 0; i < widget.count(); ++i)
+      shown.append(widget.itemText(i));
     if (shown != box.List()) {
       widget.clear();
       widget.addItems(box.List());
@@ -184,8 +187,10 @@ void BindTickList(TickList& list, QListWidget& widget) {
   BindCommon(list, widget);
   Follow(list, widget, [&list, &widget] {
     const QSignalBlocker quiet(widget);
-    while (widget.count() > list.Count()) delete widget.takeItem(widget.count() - 1);
-    while (widget.count() < list.Count()) widget.addItem(QString());
+    while (widget.count() > list.Count())
+      delete widget.takeItem(widget.count() - 1);
+    while (widget.count() < list.Count())
+      widget.addItem(QString());
     for (int row = 0; row < list.Count(); ++row) {
       QListWidgetItem& item = *widget.item(row);
       item.setText(list.Item(row));
@@ -251,7 +256,8 @@ void BindControl(Control& control, QWidget& face) {
 }  // namespace
 
 void BindControls(Form& form, QWidget& face) {
-  for (Control* control : form.Controls()) BindControl(*control, face);
+  for (Control* control : form.Controls())
+    BindControl(*control, face);
 }
 
 }  // namespace veltrane

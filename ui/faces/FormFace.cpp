@@ -82,9 +82,9 @@ void FormFace::resizeEvent(QResizeEvent* event) {
 }
 
 void FormFace::TellSize() {
-  mForm.FaceResized({x() * kTwipsPerPixel, y() * kTwipsPerPixel, width() * kTwipsPerPixel,
-                     height() * kTwipsPerPixel},
-                    width() * kTwipsPerPixel, height() * kTwipsPerPixel);
+  mForm.FaceResized(
+      {x() * kTwipsPerPixel, y() * kTwipsPerPixel, width() * kTwipsPerPixel, height() * kTwipsPerPixel},
+      width() * kTwipsPerPixel, height() * kTwipsPerPixel);
 }
 
 void FormFace::changeEvent(QEvent* event) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QTimer>
+
 #include <functional>
 
 #include "forms/Control.h"

@@ -30,7 +30,8 @@ class HandWatch : public QObject {
     if (event->type() != QEvent::KeyPress && event->type() != QEvent::MouseButtonPress) return false;
     mAtWork = true;
     mPressed = true;
-    QMetaObject::invokeMethod(this, [this] { mAtWork = false; }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        this, [this] { mAtWork = false; }, Qt::QueuedConnection);
     return false;
   }
 
@@ -42,7 +43,8 @@ class HandWatch : public QObject {
 /// Shows a TreeView. Lives as long as the widget.
 class TreeBinding : public QObject {
  public:
-  TreeBinding(TreeView& tree, QTreeView& view) : QObject(&view), mTree(tree), mView(view), mModel(tree), mHand(view) {
+  TreeBinding(TreeView& tree, QTreeView& view)
+      : QObject(&view), mTree(tree), mView(view), mModel(tree), mHand(view) {
     view.setModel(&mModel);
     view.setHeaderHidden(true);
     view.setUniformRowHeights(true);
@@ -59,7 +61,8 @@ class TreeBinding : public QObject {
   void Update() {
     mUpdating = true;
     mModel.Publish();
-    mModel.TellExpansion([this](const QModelIndex& index, bool expanded) { mView.setExpanded(index, expanded); });
+    mModel.TellExpansion(
+        [this](const QModelIndex& index, bool expanded) { mView.setExpanded(index, expanded); });
     if (const TreeNode* selected = mTree.SelectedItem()) {
       const QModelIndex index = mModel.IndexOf(*selected);
       if (index.isValid() && index != mView.currentIndex()) mView.setCurrentIndex(index);
@@ -97,7 +100,8 @@ class TreeBinding : public QObject {
 /// Shows a ListView. Lives as long as the widget.
 class ListBinding : public QObject {
  public:
-  ListBinding(ListView& list, QTreeView& view) : QObject(&view), mList(list), mView(view), mModel(list), mHand(view) {
+  ListBinding(ListView& list, QTreeView& view)
+      : QObject(&view), mList(list), mView(view), mModel(list), mHand(view) {
     view.setModel(&mModel);
     view.setRootIsDecorated(false);
     view.setUniformRowHeights(true);
@@ -147,8 +151,12 @@ class ListBinding : public QObject {
 
 }  // namespace
 
-void BindTreeView(TreeView& tree, QTreeView& view) { new TreeBinding(tree, view); }
+void BindTreeView(TreeView& tree, QTreeView& view) {
+  new TreeBinding(tree, view);
+}
 
-void BindListView(ListView& list, QTreeView& view) { new ListBinding(list, view); }
+void BindListView(ListView& list, QTreeView& view) {
+  new ListBinding(list, view);
+}
 
 }  // namespace veltrane

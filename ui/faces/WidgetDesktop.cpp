@@ -34,9 +34,13 @@ QMessageBox::Icon IconOf(BoxIcon icon) {
 
 WidgetDesktop::WidgetDesktop() = default;
 
-WidgetDesktop::~WidgetDesktop() { qDeleteAll(mFaces); }
+WidgetDesktop::~WidgetDesktop() {
+  qDeleteAll(mFaces);
+}
 
-FormFace* WidgetDesktop::FaceOf(const Form& form) const { return mFaces.value(&form, nullptr); }
+FormFace* WidgetDesktop::FaceOf(const Form& form) const {
+  return mFaces.value(&form, nullptr);
+}
 
 FormFace* WidgetDesktop::Face(Form& form) {
   if (FormFace* face = FaceOf(form)) return face;
@@ -63,7 +67,9 @@ void WidgetDesktop::HideForm(Form& form) {
   if (FormFace* face = FaceOf(form)) face->hide();
 }
 
-void WidgetDesktop::ForgetForm(Form& form) { delete mFaces.take(&form); }
+void WidgetDesktop::ForgetForm(Form& form) {
+  delete mFaces.take(&form);
+}
 
 void WidgetDesktop::RepaintForm(Form& form) {
   if (FormFace* face = FaceOf(form)) face->RepaintNow();
@@ -95,11 +101,10 @@ BoxAnswer WidgetDesktop::Ask(const MessageBox& box) {
 
 std::optional<QString> WidgetDesktop::AskForFile(const FileBox& box) {
   QWidget* parent = QApplication::activeWindow();
-  const QString path =
-      box.forSaving
-          ? QFileDialog::getSaveFileName(parent, box.title, box.path, box.filter, nullptr,
-                                         QFileDialog::DontConfirmOverwrite)
-          : QFileDialog::getOpenFileName(parent, box.title, box.path, box.filter);
+  const QString path = box.forSaving
+                           ? QFileDialog::getSaveFileName(parent, box.title, box.path, box.filter, nullptr,
+                                                          QFileDialog::DontConfirmOverwrite)
+                           : QFileDialog::getOpenFileName(parent, box.title, box.path, box.filter);
   if (path.isEmpty()) return std::nullopt;
   return path;
 }
@@ -117,6 +122,8 @@ void WidgetDesktop::OpenDocument(const QString& address) {
   QDesktopServices::openUrl(url);
 }
 
-void WidgetDesktop::DoEvents() { QCoreApplication::processEvents(); }
+void WidgetDesktop::DoEvents() {
+  QCoreApplication::processEvents();
+}
 
 }  // namespace veltrane

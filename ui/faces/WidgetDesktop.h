@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QHash>
+
 #include <functional>
 #include <memory>
 
