@@ -73,9 +73,9 @@ class KeyedList {
 
  private:
   struct Entry {
-    quint64 serial;
+    quint64 serial = 0;
     QString key;
-    T value;
+    T value{};
   };
 
   Entry& At(qsizetype position) { return const_cast<Entry&>(std::as_const(*this).At(position)); }

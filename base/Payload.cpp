@@ -19,7 +19,7 @@ void PayloadBuffer::Append(Payload piece) {
   mPieces.append(std::move(piece));
 }
 
-void PayloadBuffer::Prepend(PayloadBuffer front) {
+void PayloadBuffer::Prepend(const PayloadBuffer& front) {
   for (auto piece = front.mPieces.crbegin(); piece != front.mPieces.crend(); ++piece)
     mPieces.prepend(*piece);
   mSize += front.mSize;

@@ -47,7 +47,7 @@ class PayloadBuffer {
   bool IsEmpty() const { return mSize == 0; }
   void Append(Payload piece);
   /// Puts all of front before what is held.
-  void Prepend(PayloadBuffer front);
+  void Prepend(const PayloadBuffer& front);
   /// Takes the first bytes (at most all) out, as one piece; copies only where they span several chunks.
   Payload Take(qsizetype bytes);
   Payload TakeAll() { return Take(mSize); }

@@ -32,12 +32,12 @@ Listening::Listening(General& general)
 Listening::~Listening() = default;
 
 void Listening::InitaliseListeningSockets() {
-  for (const auto& [key, protocol] : mGeneral.mSettings.All(kProtocols)) {
+  for (const SettingRow& row : mGeneral.mSettings.All(kProtocols)) {
     mGeneral.Guard(
         u"An error occurred while attempting to create a listening socket.  The operating system reports: ",
         [&] {
-          const qint32 port = ToInt32(key);
-          if (protocol != kDontUse) {
+          const qint32 port = ToInt32(row.first);
+          if (row.second != kDontUse) {
             StartListeningAtStart(port);
           } else {
             mcolListeningSocket.Add(&CreateListeningSocket(), ListeningSocketKey(port));

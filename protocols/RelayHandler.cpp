@@ -163,7 +163,7 @@ void RelayHandler::SendPiece(const Lane& lane) {
   PayloadBuffer rest;
   const bool throttled = (Pair().*lane.sendData)(PayloadBuffer(buffer.Take(DrainPiece())), sent, rest);
   (Log().*lane.sendStart)(Pair(), sent, false, throttled);
-  buffer.Prepend(std::move(rest));
+  buffer.Prepend(rest);
 }
 
 void RelayHandler::ClientBytesSent() {

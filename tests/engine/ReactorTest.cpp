@@ -77,6 +77,7 @@ TEST(NameLookup, Hanging_look_ups_do_not_hold_others_back) {
   });
   Quiet slow;
   std::vector<std::unique_ptr<Socket>> sockets;
+  sockets.reserve(20);
   for (int i = 0; i < 20; ++i) {
     sockets.push_back(net.mReactor.CreateSocket(slow));
     sockets.back()->Connect(QStringLiteral("slow%1").arg(i), 80);
@@ -190,6 +191,7 @@ TEST(Reactor, Out_of_descriptors_is_reported_once_and_the_listener_goes_on_when_
   listening->Listen();
   // The peers' own descriptors are opened first.
   std::vector<std::unique_ptr<Peer>> peers;
+  peers.reserve(12);
   for (int i = 0; i < 12; ++i)
     peers.push_back(net.ConnectTo(listening->LocalPort()));
   const FewDescriptors few(4);

@@ -185,6 +185,7 @@ TYPED_TEST(SocketContract, All_waiting_requests_are_announced) {
   };
   server.socket->Listen();
   std::vector<std::unique_ptr<Peer>> peers;
+  peers.reserve(100);
   for (int i = 0; i < 100; ++i)
     peers.push_back(this->mWorld.ConnectTo(server.socket->LocalPort()));
   EXPECT_TRUE(this->mWorld.Pump([&] { return accepted.size() == 100; }));

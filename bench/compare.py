@@ -1,0 +1,162 @@
+#!/usr/bin/env python3
+"""Measures the relay side by side with others, interleaved, and prints a table of medians and ratios.
+
+    compare.py [--rounds N] [--quick] [--build FOLDER] [--only NAME ...]
+"""
+
+import argparse
+import os
+import pathlib
+import platform
+import statistics
+import subprocess
+import sys
+import tempfile
+import time
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+sys.path.insert(0, str(ROOT / "tests" / "e2e"))
+import veltrane  # noqa: E402
+
+
+class Way:
+    """One way from the client to the server: nothing between, or a proxy."""
+
+    def __init__(self, name, port, process=None, run=None):
+        self.name = name
+        self.port = port
+        self.process = process
+        self.run = run
+        self.figures = {}
+
+    def close(self):
+        if self.process:
+            self.process.terminate()
+            self.process.wait()
+        if self.run:
+            self.run.stop()
+            self.run.__exit__()
+
+
+def haproxy(server, folder):
+    port = veltrane.free_port()
+    config = folder / "haproxy.cfg"
+    config.write_text(
+        f"""
+global
+  nbthread 1
+  maxconn 9000
+defaults
+  mode tcp
+  timeout connect 5s
+  timeout client 1h
+  timeout server 1h
+listen relay
+  bind 127.0.0.1:{port}
+  server one 127.0.0.1:{server}
+"""
+    )
+    process = subprocess.Popen([veltrane.which("haproxy"), "-f", str(config), "-db"], stderr=subprocess.DEVNULL)
+    return Way("haproxy", port, process)
+
+
+def socat(server, _folder):
+    port = veltrane.free_port()
+    process = subprocess.Popen(
+        ["socat", "-b", "262144", f"TCP-LISTEN:{port},bind=127.0.0.1,fork,reuseaddr,nodelay,backlog=512",
+         f"TCP:127.0.0.1:{server},nodelay"],
+        stderr=subprocess.DEVNULL,
+    )
+    return Way("socat", port, process)
+
+
+def ours(server, _folder):
+    run = veltrane.Veltrane()
+    port = veltrane.free_port()
+    run.store.add_port(port, server="127.0.0.1", server_port=server)
+    run.start(listening=[port])
+    return Way("Veltrane", port, run=run)
+
+
+def measure(load, way, quick):
+    def run(*arguments):
+        done = subprocess.run([load, *map(str, arguments)], capture_output=True, text=True, check=True)
+        return [float(word) for word in done.stdout.split()]
+
+    megabytes = 400 if quick else 2000
+    figures = {
+        "bulk down, 1 connection (MB/s)": run("bulk", way.port, 1, megabytes, "down")[0],
+        "bulk up, 1 connection (MB/s)": run("bulk", way.port, 1, megabytes, "up")[0],
+        "bulk down, 4 connections (MB/s)": run("bulk", way.port, 4, megabytes, "down")[0],
+    }
+    p50, p99 = run("rtt", way.port, 2000 if quick else 20000, 100)
+    figures["round trip of 100 bytes, p50 (us)"] = p50
+    figures["round trip of 100 bytes, p99 (us)"] = p99
+    figures["new connections a second"] = run("connect", way.port, 1 if quick else 3)[0]
+    for name, value in figures.items():
+        way.figures.setdefault(name, []).append(value)
+
+
+def table(ways):
+    names = list(ways[0].figures)
+    reference = next((way for way in ways if way.name == "haproxy"), ways[0])
+    own = next((way for way in ways if way.name == "Veltrane"), ways[-1])
+    lines = [
+        "| Figure (median) | " + " | ".join(way.name for way in ways) + f" | {own.name} / {reference.name} |",
+        "|---|" + "---|" * (len(ways) + 1),
+    ]
+    for name in names:
+        medians = {way.name: statistics.median(way.figures[name]) for way in ways}
+        cells = [f"{medians[way.name]:,.0f}" for way in ways]
+        ratio = medians[own.name] / medians[reference.name]
+        lines.append(f"| {name} | " + " | ".join(cells) + f" | {ratio:.2f} |")
+    return "\n".join(lines)
+
+
+def machine():
+    model = "unknown processor"
+    for line in pathlib.Path("/proc/cpuinfo").read_text().splitlines():
+        if line.startswith("model name"):
+            model = line.split(":", 1)[1].strip()
+            break
+    return f"{os.cpu_count()} cores of {model}, Linux {platform.release()}, {time.strftime('%Y-%m-%d')}"
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("--rounds", type=int, default=5)
+    parser.add_argument("--quick", action="store_true")
+    parser.add_argument("--build", default=str(ROOT / "build" / "release"))
+    parser.add_argument("--only", nargs="*", default=["direct", "haproxy", "socat", "Veltrane"])
+    options = parser.parse_args()
+    os.environ["VELTRANE"] = str(pathlib.Path(options.build) / "bin" / "Veltrane")
+    load = str(pathlib.Path(options.build) / "bin" / "load")
+
+    with tempfile.TemporaryDirectory() as folder:
+        server = veltrane.free_port()
+        process = subprocess.Popen([load, "serve", str(server)])
+        makers = {
+            "direct": lambda *_: Way("direct", server),
+            "haproxy": haproxy,
+            "socat": socat,
+            "Veltrane": ours,
+        }
+        ways = [makers[name](server, pathlib.Path(folder)) for name in options.only]
+        try:
+            for way in ways:
+                veltrane.wait_for(lambda port=way.port: veltrane.listens(port), 15, way.name)
+            for number in range(options.rounds):
+                for way in ways:
+                    measure(load, way, options.quick)
+                print(f"round {number + 1} of {options.rounds}", file=sys.stderr)
+        finally:
+            for way in ways:
+                way.close()
+            process.terminate()
+            process.wait()
+    print(f"{machine()}, {options.rounds} rounds\n")
+    print(table(ways))
+
+
+if __name__ == "__main__":
+    main()
