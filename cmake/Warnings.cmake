@@ -8,7 +8,8 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
 endif()
 
 if(VELTRANE_SANITIZE)
-  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer
+  # Not vptr: that check opens descriptors of its own and fails where a test has used them up.
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize=vptr -fno-sanitize-recover=undefined -fno-omit-frame-pointer
                       -O1 -g1)
   add_link_options(-fsanitize=address,undefined)
 endif()

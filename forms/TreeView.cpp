@@ -26,6 +26,8 @@ void TreeNode::SetKey(const QString& key) {
 }
 
 TreeView::~TreeView() {
+  // Nobody is to hear of the changes of a tree that is going.
+  mNoted = true;
   Clear();
 }
 
