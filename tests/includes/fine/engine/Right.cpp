@@ -1,0 +1,4 @@
+#include <QString>
+
+#include "base/Failure.h"
+#include "engine/General.h"
