@@ -1,5 +1,6 @@
-// An ordered list of objects with look-up by text key and by 1-based position, in which order is the order
-// of adding. Look-up by key or position takes constant time, removal near an end does too.
+// An ordered list of objects, in the order of adding, by text key and by 1-based position. Look-up by either
+// and removal near an end take constant time; PositionOf searches by halves once something was removed
+// between the ends. An item stays where it is in memory until it is removed.
 #pragma once
 
 #include <QHash>
@@ -7,6 +8,7 @@
 
 #include <algorithm>
 #include <deque>
+#include <memory>
 #include <utility>
 
 #include "base/Failure.h"
@@ -18,41 +20,43 @@ class KeyedList {
  public:
   /// Adds at the end. Fails with a duplicate key when the key is in use.
   void Add(T value, const QString& key) {
-    if (mSerials.contains(key)) throw Failure(FailureNumber::kDuplicateKey);
-    mSerials.insert(key, mNextSerial);
-    mEntries.push_back(Entry{mNextSerial++, key, std::move(value)});
+    if (mByKey.contains(key)) throw Failure(FailureNumber::kDuplicateKey);
+    mEntries.push_back(std::make_unique<Entry>(Entry{mNextSerial++, key, std::move(value)}));
+    mByKey.insert(key, mEntries.back().get());
   }
 
   qsizetype Count() const { return static_cast<qsizetype>(mEntries.size()); }
   bool IsEmpty() const { return mEntries.empty(); }
-  bool Contains(const QString& key) const { return mSerials.contains(key); }
+  bool Contains(const QString& key) const { return mByKey.contains(key); }
 
   /// The item at a 1-based position; fails when there is none.
   T& Item(qsizetype position) { return At(position).value; }
   const T& Item(qsizetype position) const { return At(position).value; }
 
   /// The item under a key; fails when there is none.
-  T& Item(const QString& key) { return At(PositionOf(key)).value; }
-  const T& Item(const QString& key) const { return At(PositionOf(key)).value; }
+  T& Item(const QString& key) { return Under(key).value; }
+  const T& Item(const QString& key) const { return Under(key).value; }
 
   /// The item under a key, or nullptr.
-  T* Find(const QString& key) { return Contains(key) ? &Item(key) : nullptr; }
-  const T* Find(const QString& key) const { return Contains(key) ? &Item(key) : nullptr; }
+  T* Find(const QString& key) { return const_cast<T*>(std::as_const(*this).Find(key)); }
+  const T* Find(const QString& key) const {
+    const Entry* entry = mByKey.value(key, nullptr);
+    return entry ? &entry->value : nullptr;
+  }
 
   const QString& KeyAt(qsizetype position) const { return At(position).key; }
 
   /// The 1-based position of a key; fails when the key is missing.
   qsizetype PositionOf(const QString& key) const {
-    const auto found = mSerials.constFind(key);
-    if (found == mSerials.cend()) throw Failure(FailureNumber::kBadArgument);
+    const quint64 serial = Under(key).serial;
     // Serials only grow, so the entries are sorted by them; without gaps the offset is the position.
-    const auto offset = static_cast<std::size_t>(*found - mEntries.front().serial);
-    if (offset < mEntries.size() && mEntries[offset].serial == *found) {
+    const auto offset = static_cast<std::size_t>(serial - mEntries.front()->serial);
+    if (offset < mEntries.size() && mEntries[offset]->serial == serial) {
       return static_cast<qsizetype>(offset) + 1;
     }
-    const auto at =
-        std::lower_bound(mEntries.begin(), mEntries.end(), *found,
-                         [](const Entry& entry, quint64 serial) { return entry.serial < serial; });
+    const auto at = std::lower_bound(
+        mEntries.begin(), mEntries.end(), serial,
+        [](const std::unique_ptr<Entry>& entry, quint64 wanted) { return entry->serial < wanted; });
     return at - mEntries.begin() + 1;
   }
 
@@ -60,7 +64,7 @@ class KeyedList {
   T Remove(qsizetype position) {
     Entry& entry = At(position);
     T value = std::move(entry.value);
-    mSerials.remove(entry.key);
+    mByKey.remove(entry.key);
     mEntries.erase(mEntries.begin() + (position - 1));
     return value;
   }
@@ -68,7 +72,7 @@ class KeyedList {
 
   void Clear() {
     mEntries.clear();
-    mSerials.clear();
+    mByKey.clear();
   }
 
  private:
@@ -81,11 +85,16 @@ class KeyedList {
   Entry& At(qsizetype position) { return const_cast<Entry&>(std::as_const(*this).At(position)); }
   const Entry& At(qsizetype position) const {
     if (position < 1 || position > Count()) throw Failure(FailureNumber::kOutOfRange);
-    return mEntries[static_cast<std::size_t>(position - 1)];
+    return *mEntries[static_cast<std::size_t>(position - 1)];
+  }
+  Entry& Under(const QString& key) const {
+    Entry* entry = mByKey.value(key, nullptr);
+    if (!entry) throw Failure(FailureNumber::kBadArgument);
+    return *entry;
   }
 
-  std::deque<Entry> mEntries;
-  QHash<QString, quint64> mSerials;
+  std::deque<std::unique_ptr<Entry>> mEntries;
+  QHash<QString, Entry*> mByKey;
   quint64 mNextSerial = 0;
 };
 

@@ -53,10 +53,14 @@ bool IsNumeric(QStringView text) {
   return at == text.size();
 }
 
-double ToDouble(QStringView text) {
+double ToDoubleOrInfinity(QStringView text) {
   if (!IsNumeric(text)) throw Failure(FailureNumber::kTypeMismatch);
-  // toDouble gives infinity for what is too large, and zero for what is too small: only the first fails.
-  const double value = text.trimmed().toDouble();
+  // toDouble gives infinity for what is too large, and zero for what is too small.
+  return text.trimmed().toDouble();
+}
+
+double ToDouble(QStringView text) {
+  const double value = ToDoubleOrInfinity(text);
   if (std::isinf(value)) throw Failure(FailureNumber::kOverflow);
   return value;
 }

@@ -12,6 +12,8 @@ bool IsNumeric(QStringView text);
 
 /// The value of text. Fails with a type mismatch when it is not numeric, with an overflow beyond 1.8e308.
 double ToDouble(QStringView text);
+/// The same, for who only compares: infinity, with the text's sign, beyond 1.8e308.
+double ToDoubleOrInfinity(QStringView text);
 
 /// Conversions to whole numbers round halves to the even number: 2.5 gives 2, 3.5 gives 4. They fail with
 /// a type mismatch when the text is not numeric and with an overflow when the result does not fit.

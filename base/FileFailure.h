@@ -1,0 +1,12 @@
+// Failures of files: the system's error number as the number and the text that users are shown.
+#pragma once
+
+#include "base/Failure.h"
+
+namespace veltrane {
+
+/// systemError is an errno value. A missing file is told from a missing folder by whether path's folder is
+/// there.
+Failure FileFailure(int systemError, const QString& path = {});
+
+}  // namespace veltrane
