@@ -135,6 +135,11 @@ void StatusBar::DoubleClickPanel(int panel) {
   Fire(OnPanelDblClick, panel);
 }
 
+void TabStrip::SetTab(int tab) {
+  RequireIndexBelow(tab, mCount);
+  Assign(mTab, tab);
+}
+
 MenuItem::MenuItem(Form& form, const QString& name, const QString& caption) : CaptionedControl(form, name) {
   SetCaption(caption);
 }

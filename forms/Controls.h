@@ -197,6 +197,23 @@ class StatusBar : public Control {
   QStringList mPanels;
 };
 
+/// Pages of which one is in front, indexed from 0.
+class TabStrip : public Control {
+  Q_OBJECT
+
+ public:
+  TabStrip(Form& form, const QString& name, int count) : Control(form, name), mCount(count) {}
+
+  int Count() const { return mCount; }
+  int Tab() const { return mTab; }
+  /// Fails when there is no such page.
+  void SetTab(int tab);
+
+ private:
+  int mCount;
+  int mTab = 0;
+};
+
 /// A menu entry. It may be a check mark's bearer, and may hold further entries (see MenuTable of the face).
 class MenuItem : public CaptionedControl {
   Q_OBJECT

@@ -30,6 +30,7 @@ struct FileBox {
   QString path;    // where it starts: a folder and a file name
   QString filter;  // "*.*"
   bool forSaving = false;
+  bool folderMustExist = false;  // a path elsewhere is refused, and asked for again
 };
 
 class Desktop {

@@ -29,13 +29,20 @@ void Form::Load() {
   if (mLoaded) return;
   // Set first: what OnLoad calls may touch the form again.
   mLoaded = true;
-  OnLoad();
+  try {
+    OnLoad();
+  } catch (...) {
+    mLoaded = false;
+    throw;
+  }
 }
 
 void Form::ShowAs(bool modal, Form* owner) {
   Load();
+  if (!mLoaded) return;
   mVisible = true;
   mDesktop.ShowForm(*this, modal, owner);
+  if (!modal) OnShown();
 }
 
 void Form::Hide() {

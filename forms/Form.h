@@ -12,6 +12,7 @@
 
 namespace veltrane {
 
+class CommandButton;
 class Control;
 
 enum class WindowState { kNormal, kMinimized, kMaximized };
@@ -32,10 +33,15 @@ class Form : public QObject {
   const QString& Caption() const { return mCaption; }
   void SetCaption(const QString& caption);
 
+  /// Whether its owner takes nothing from the user while it is shown, though showing it returns at once.
+  virtual bool BlocksOwner() const { return false; }
+
   bool IsLoaded() const { return mLoaded; }
   bool Visible() const { return mVisible; }
-  /// Runs OnLoad unless the form is loaded.
+  /// Runs OnLoad unless the form is loaded. Where that fails the form is not loaded, so the next use tries
+  /// again.
   void Load();
+  /// Loads the form and shows it, unless it has unloaded itself while it loaded.
   void Show(Form* owner = nullptr) { ShowAs(false, owner); }
   void ShowModal(Form* owner) { ShowAs(true, owner); }
   void Hide();
@@ -55,6 +61,13 @@ class Form : public QObject {
   int ScaleWidth() const { return mScaleWidth; }
   int ScaleHeight() const { return mScaleHeight; }
 
+  /// The buttons that Enter and Escape press, wherever the keyboard focus is. A form that names the first is
+  /// a dialog: its window opens with the focus on the first field. nullptr until set.
+  CommandButton* DefaultButton() const { return mDefaultButton; }
+  void SetDefaultButton(CommandButton& button) { mDefaultButton = &button; }
+  CommandButton* CancelButton() const { return mCancelButton; }
+  void SetCancelButton(CommandButton& button) { mCancelButton = &button; }
+
   Desktop& GetDesktop() const { return mDesktop; }
 
   // What the face tells: the user has done it to the window already.
@@ -70,6 +83,8 @@ class Form : public QObject {
  protected:
   virtual void OnLoad() {}
   virtual void OnActivate() {}
+  /// Ends each showing that does not block.
+  virtual void OnShown() {}
   virtual void OnResize() {}
   /// Return false to refuse the unload.
   virtual bool OnQueryUnload() { return true; }
@@ -80,6 +95,8 @@ class Form : public QObject {
 
   Desktop& mDesktop;
   QList<Control*> mControls;
+  CommandButton* mDefaultButton = nullptr;
+  CommandButton* mCancelButton = nullptr;
   QString mCaption;
   Rect mGeometry;
   int mScaleWidth = 0;

@@ -3,6 +3,17 @@
 #include <algorithm>
 
 namespace veltrane {
+namespace {
+
+/// Below zero when left comes first, above when right does.
+int Compare(const QString& left, const QString& right, bool numbers) {
+  if (!numbers) return QString::compare(left, right, Qt::CaseInsensitive);
+  const qlonglong first = left.toLongLong();
+  const qlonglong second = right.toLongLong();
+  return first < second ? -1 : first > second ? 1 : 0;
+}
+
+}  // namespace
 
 ListModel::ListModel(ListView& list, QObject* parent) : QAbstractTableModel(parent), mList(list) {
   mList.TakeChanges();
@@ -25,9 +36,9 @@ std::vector<ListItem*> ListModel::ItemsInOrder() const {
   if (mList.Sorted()) {
     const int column = mList.SortKey();
     const bool ascending = mList.SortOrder() == 0;
+    const bool numbers = mList.ColumnHeaders().value(column).numbers;
     std::stable_sort(items.begin(), items.end(), [=](const ListItem* left, const ListItem* right) {
-      const int order =
-          QString::compare(left->ColumnText(column), right->ColumnText(column), Qt::CaseInsensitive);
+      const int order = Compare(left->ColumnText(column), right->ColumnText(column), numbers);
       return ascending ? order < 0 : order > 0;
     });
   }
@@ -38,7 +49,12 @@ void ListModel::Publish() {
   const ListView::Changes changes = mList.TakeChanges();
   if (changes.headers) PublishHeaders();
   if (!changes.items.empty()) PublishItems(changes.items);
-  if (changes.rows || changes.order || (mList.Sorted() && !changes.items.empty())) PublishRows();
+  const bool moved = mList.Sorted() && (changes.added || !changes.items.empty());
+  if (changes.rows || changes.order || moved) {
+    PublishRows();
+  } else if (changes.added) {
+    AppendNew();
+  }
 }
 
 void ListModel::PublishHeaders() {
@@ -87,11 +103,26 @@ void ListModel::InsertNew(const std::vector<ListItem*>& items) {
   for (const ListItem* item : items) {
     if (RowOf(item->Serial()) < 0) fresh.push_back(Copy(*item, mHeaders.size()));
   }
+  Append(std::move(fresh));
+}
+
+// None went and none is sorted, so the rows that are not shown yet are the last ones: a list that grows by a
+// row costs a row, however long it is.
+void ListModel::AppendNew() {
+  std::vector<Shown> fresh;
+  for (auto i = static_cast<qsizetype>(mRows.size()) + 1; i <= mList.Count(); ++i)
+    fresh.push_back(Copy(mList.Item(i), mHeaders.size()));
+  Append(std::move(fresh));
+}
+
+void ListModel::Append(std::vector<Shown> fresh) {
   if (fresh.empty()) return;
   const auto known = static_cast<int>(mRows.size());
   beginInsertRows({}, known, known + static_cast<int>(fresh.size()) - 1);
-  std::move(fresh.begin(), fresh.end(), std::back_inserter(mRows));
-  IndexRows();
+  for (Shown& row : fresh) {
+    mRowOfSerial.insert(row.serial, static_cast<int>(mRows.size()));
+    mRows.push_back(std::move(row));
+  }
   endInsertRows();
 }
 

@@ -45,6 +45,8 @@ class ListModel : public QAbstractTableModel {
   void PublishItems(const std::unordered_set<quint64>& serials);
   void RemoveGone();
   void InsertNew(const std::vector<ListItem*>& items);
+  void AppendNew();
+  void Append(std::vector<Shown> fresh);
   void Reorder(const std::vector<ListItem*>& items);
   void IndexRows();
 

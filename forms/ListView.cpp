@@ -29,7 +29,7 @@ ListItem& ListView::Add(const QString& key, const QString& text, const QString& 
   ListItem& added = *item;
   mItems.Add(std::move(item), key);
   mSerials.insert(++mLastSerial, &added);
-  TouchRows();
+  TouchRows(&Changes::added);
   return added;
 }
 
@@ -37,7 +37,7 @@ void ListView::Remove(const QString& key) {
   const std::unique_ptr<ListItem> item = mItems.Remove(key);
   mSerials.remove(item->mSerial);
   mChanges.items.erase(item->mSerial);
-  TouchRows();
+  TouchRows(&Changes::rows);
   if (mSelected == item.get()) SetSelectedItem(nullptr);
 }
 
@@ -46,7 +46,7 @@ void ListView::Clear() {
   mItems.Clear();
   mSerials.clear();
   mChanges.items.clear();
-  TouchRows();
+  TouchRows(&Changes::rows);
 }
 
 ListItem* ListView::Find(const QString& key) const {
@@ -67,8 +67,8 @@ void ListView::Touch(const ListItem& item) {
   Note();
 }
 
-void ListView::TouchRows() {
-  mChanges.rows = true;
+void ListView::TouchRows(bool Changes::*how) {
+  mChanges.*how = true;
   Note();
 }
 

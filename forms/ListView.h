@@ -19,6 +19,8 @@ struct ColumnHeader {
   QString key;
   QString text;
   int width = 0;  // twips
+  /// Whole numbers stand in the column, and are sorted as such.
+  bool numbers = false;
 };
 
 class ListItem {
@@ -76,8 +78,8 @@ class ListView : public Control {
   ListItem* SelectedItem() const { return mSelected; }
   void SetSelectedItem(ListItem* item);
 
-  /// Sorting is by the text of one column, for all columns. SortKey is that column, 0-based; SortOrder 0 is
-  /// ascending. A sorted list stays sorted as rows come.
+  /// Sorting is by the text of one column, for all columns but those of numbers. SortKey is that column,
+  /// 0-based; SortOrder 0 is ascending. A sorted list stays sorted as rows come.
   bool Sorted() const { return mSorted; }
   void SetSorted(bool sorted) { AssignOrder(mSorted, sorted); }
   int SortKey() const { return mSortKey; }
@@ -100,7 +102,8 @@ class ListView : public Control {
   /// What changed since a model last asked. Asking empties it.
   struct Changes {
     bool headers = false;
-    bool rows = false;   // rows came, went, or are to be ordered anew
+    bool added = false;  // rows came behind all others
+    bool rows = false;   // rows went
     bool order = false;  // the way of sorting changed
     std::unordered_set<quint64> items;
   };
@@ -115,7 +118,7 @@ class ListView : public Control {
     Note();
   }
   void Touch(const ListItem& item);
-  void TouchRows();
+  void TouchRows(bool Changes::*how);
   void TouchHeaders();
   void Note();
 

@@ -13,13 +13,14 @@ TreeModel::TreeModel(TreeView& tree, QObject* parent) : QAbstractItemModel(paren
 
 TreeModel::~TreeModel() = default;
 
-std::vector<TreeNode*> TreeModel::ChildrenInTree(const Shown& shown) const {
+std::vector<TreeNode*> TreeModel::ChildrenInTree(const Shown& shown, std::size_t first) const {
   std::vector<TreeNode*> nodes;
+  const auto from = static_cast<qsizetype>(first);
   if (&shown == &mRoot) {
-    for (qsizetype i = 0; i < mTree.TopCount(); ++i)
+    for (qsizetype i = from; i < mTree.TopCount(); ++i)
       nodes.push_back(&mTree.Top(i));
   } else if (const TreeNode* node = mTree.FindSerial(shown.serial)) {
-    for (qsizetype i = 0; i < node->ChildCount(); ++i)
+    for (qsizetype i = from; i < node->ChildCount(); ++i)
       nodes.push_back(&node->Child(i));
   }
   return nodes;
@@ -45,6 +46,10 @@ void TreeModel::TakeLooks(Shown& shown, const TreeNode& node) {
   mExpansionChanged.push_back(shown.serial);
 }
 
+void TreeModel::TakeExpansion(const QModelIndex& index, bool expanded) {
+  if (index.isValid()) ShownAt(index)->expanded = expanded;
+}
+
 void TreeModel::Forget(const Shown& shown) {
   mShown.remove(shown.serial);
   for (const auto& child : shown.children)
@@ -53,9 +58,16 @@ void TreeModel::Forget(const Shown& shown) {
 
 void TreeModel::Publish() {
   const TreeView::Changes changes = mTree.TakeChanges();
+  // A parent that is not shown yet comes with its own parent's children.
+  const auto shownOf = [this](quint64 serial) {
+    return serial == 0 ? &mRoot : mShown.value(serial, nullptr);
+  };
   for (const quint64 serial : changes.parents) {
-    // A parent that is not shown yet comes with its own parent's children.
-    if (Shown* shown = serial == 0 ? &mRoot : mShown.value(serial, nullptr)) PublishChildren(*shown);
+    if (Shown* shown = shownOf(serial)) PublishChildren(*shown);
+  }
+  // A branch that grows by a node costs a node, however large it is.
+  for (const quint64 serial : changes.grown) {
+    if (Shown* shown = shownOf(serial)) InsertNew(*shown);
   }
   for (const quint64 serial : changes.nodes) {
     Shown* shown = mShown.value(serial, nullptr);
@@ -74,7 +86,7 @@ void TreeModel::PublishChildren(Shown& shown) {
   for (const TreeNode* node : nodes)
     present.push_back(node->Serial());
   RemoveGone(shown, present);
-  InsertNew(shown, nodes);
+  InsertNew(shown);
 }
 
 void TreeModel::RemoveGone(Shown& shown, const std::vector<quint64>& present) {
@@ -93,13 +105,14 @@ void TreeModel::RemoveGone(Shown& shown, const std::vector<quint64>& present) {
   }
 }
 
-void TreeModel::InsertNew(Shown& shown, const std::vector<TreeNode*>& nodes) {
+void TreeModel::InsertNew(Shown& shown) {
   // Children are only ever added at the end, so what is new stands behind all that is shown.
   const std::size_t known = shown.children.size();
-  if (known == nodes.size()) return;
-  beginInsertRows(IndexOf(shown), static_cast<int>(known), static_cast<int>(nodes.size()) - 1);
-  for (std::size_t i = known; i < nodes.size(); ++i)
-    shown.children.push_back(Copy(shown, *nodes[i]));
+  const std::vector<TreeNode*> fresh = ChildrenInTree(shown, known);
+  if (fresh.empty()) return;
+  beginInsertRows(IndexOf(shown), static_cast<int>(known), static_cast<int>(known + fresh.size()) - 1);
+  for (const TreeNode* node : fresh)
+    shown.children.push_back(Copy(shown, *node));
   endInsertRows();
 }
 

@@ -32,6 +32,9 @@ class TreeModel : public QAbstractItemModel {
     }
   }
 
+  /// A view has opened or closed a node by itself; what the tree says from now on is compared with that.
+  void TakeExpansion(const QModelIndex& index, bool expanded);
+
   /// The tree's node behind an index; nullptr when it is gone from the tree.
   TreeNode* NodeAt(const QModelIndex& index) const;
   /// Where the views see a node; invalid while they do not know it yet.
@@ -60,11 +63,12 @@ class TreeModel : public QAbstractItemModel {
   /// Makes the children of shown those of the tree.
   void PublishChildren(Shown& shown);
   void RemoveGone(Shown& shown, const std::vector<quint64>& present);
-  void InsertNew(Shown& shown, const std::vector<TreeNode*>& nodes);
+  void InsertNew(Shown& shown);
   std::unique_ptr<Shown> Copy(Shown& parent, const TreeNode& node);
   void TakeLooks(Shown& shown, const TreeNode& node);
   void Forget(const Shown& shown);
-  std::vector<TreeNode*> ChildrenInTree(const Shown& shown) const;
+  /// The children in the tree behind the first ones.
+  std::vector<TreeNode*> ChildrenInTree(const Shown& shown, std::size_t first = 0) const;
 
   TreeView& mTree;
   Shown mRoot;

@@ -54,7 +54,7 @@ TreeNode& TreeView::Add(const QString& parentKey, const QString& key, const QStr
   mNodes.insert(key, node.get());
   mSerials.insert(node->mSerial, node.get());
   (parent ? parent->mChildren : mTop).push_back(node);
-  TouchChildren(parent);
+  TouchChildren(parent, &Changes::grown);
   return *node;
 }
 
@@ -81,8 +81,10 @@ void TreeView::Remove(TreeNode& node) {
   const bool selectedOutside = mSelected != nullptr;
   siblings.erase(at);
   Detach(node);
-  TouchChildren(parent);
-  if (selectedOutside && !mSelected) SetSelectedItem(parent);
+  TouchChildren(parent, &Changes::parents);
+  if (!selectedOutside || mSelected) return;
+  SetSelectedItem(parent);
+  if (parent && OnSelectionLost) OnSelectionLost(*parent);
 }
 
 void TreeView::Detach(TreeNode& node) {
@@ -95,6 +97,7 @@ void TreeView::Detach(TreeNode& node) {
   mNodes.remove(node.mKey);
   mSerials.remove(node.mSerial);
   mChanges.parents.erase(node.mSerial);
+  mChanges.grown.erase(node.mSerial);
   mChanges.nodes.erase(node.mSerial);
   if (mSelected == &node) mSelected = nullptr;
   node.mTree = nullptr;
@@ -106,8 +109,8 @@ void TreeView::Touch(const TreeNode& node) {
   Note();
 }
 
-void TreeView::TouchChildren(const TreeNode* parent) {
-  mChanges.parents.insert(parent ? parent->mSerial : 0);
+void TreeView::TouchChildren(const TreeNode* parent, std::unordered_set<quint64> Changes::*how) {
+  (mChanges.*how).insert(parent ? parent->mSerial : 0);
   Note();
 }
 
@@ -133,6 +136,12 @@ void TreeView::SetSelectedItem(TreeNode* node) {
 void TreeView::ClickNode(TreeNode& node) {
   SetSelectedItem(&node);
   if (OnNodeClick) OnNodeClick(node);
+}
+
+void TreeView::FoldByHand(TreeNode& node, bool expanded) {
+  if (node.Expanded() == expanded) return;
+  node.SetExpanded(expanded);
+  if (expanded && OnUnfold) OnUnfold(node);
 }
 
 void TreeView::DoubleClick() {

@@ -72,7 +72,8 @@ class TreeView : public Control {
   /// Adds the last child of the node with the key parentKey, or a top node when that is empty. Fails when
   /// the parent is missing or the key is in use.
   TreeNode& Add(const QString& parentKey, const QString& key, const QString& text, const QString& image);
-  /// Removes a node and all below it. Fails when the key is missing. A selection below goes to the parent.
+  /// Removes a node and all below it. Fails when the key is missing. A selection that went with it goes to
+  /// the parent, and OnSelectionLost tells so.
   void Remove(const QString& key);
   void Remove(TreeNode& node);
   void Clear();
@@ -102,18 +103,24 @@ class TreeView : public Control {
 
   // What the user does, told by the face.
   void ClickNode(TreeNode& node);
+  void FoldByHand(TreeNode& node, bool expanded);
   void DoubleClick();
   /// node is what stands under the mouse, or nullptr; right is the button; x and y in twips.
   void MouseDown(TreeNode* node, bool right, int x, int y);
 
   std::function<void(TreeNode&)> OnNodeClick;
+  /// The node that has become the selected one.
+  std::function<void(TreeNode&)> OnSelectionLost;
+  /// The user has unfolded a node; not fired by SetExpanded.
+  std::function<void(TreeNode&)> OnUnfold;
   std::function<void()> OnDblClick;
   std::function<void(TreeNode* node, bool right, int x, int y)> OnMouseDown;
 
-  /// What changed since a model last asked: parents whose children changed (0 for the top), and nodes whose
-  /// looks changed, by serial. Asking empties it.
+  /// What changed since a model last asked, by serial (0 for the top): parents of which children went,
+  /// parents that only got more behind the others, and nodes whose looks changed. Asking empties it.
   struct Changes {
     std::unordered_set<quint64> parents;
+    std::unordered_set<quint64> grown;
     std::unordered_set<quint64> nodes;
   };
   Changes TakeChanges();
@@ -124,7 +131,7 @@ class TreeView : public Control {
   std::deque<TreeNodeRef>& Siblings(const TreeNode& node);
   void Detach(TreeNode& node);
   void Touch(const TreeNode& node);
-  void TouchChildren(const TreeNode* parent);
+  void TouchChildren(const TreeNode* parent, std::unordered_set<quint64> Changes::*how);
   void Note();
 
   std::deque<TreeNodeRef> mTop;
