@@ -22,9 +22,9 @@ class FailureSchedule {
                                   qint64& lngAmountOfDataToSend, qint32& lngNextSendPeriod) = 0;
 
   /// What ends a dangle: 0 closes, 1 sends what was held, 2 drops it. -1 when none is chosen.
-  virtual int optDangleClose() const = 0;
+  virtual int DangleCloseChoice() const = 0;
   /// How a scheduled termination ends: 0 in good order, 1 by force. -1 when none is chosen.
-  virtual int optGracefulTermination() const = 0;
+  virtual int GracefulTerminationChoice() const = 0;
 };
 
 }  // namespace veltrane

@@ -53,7 +53,11 @@ QChar* PutDigits(QChar* at, int value, int width, QChar behind) {
 }  // namespace
 
 QString PortNodeText(const QString& description, qint32 port, bool listening) {
-  const QString text = description + QStringLiteral(" (") + QString::number(port) + u')';
+  return PortNodeText(description, QString::number(port), listening);
+}
+
+QString PortNodeText(const QString& description, const QString& port, bool listening) {
+  const QString text = description + QStringLiteral(" (") + port + u')';
   return listening ? text : text + QStringLiteral(" - Not Listening");
 }
 
@@ -103,6 +107,8 @@ void General::CheckFirstRun() {
       u"An error occurred while attempting to check whether this is the first time that Veltrane has run.  "
       u"The operating system reports: ",
       [&] {
+        // Ports that the user has switched off, in a store that cannot be read, must not be opened.
+        if (!mSettings.IsTheUsers()) return;
         const QString section = QStringLiteral("FirstRun");
         if (!ToBoolean(mSettings.Get(section, section, BooleanText(true)))) return;
         SaveColumn(mSettings, kPortsInUse, &FirstPort::description);
@@ -115,16 +121,18 @@ void General::CheckFirstRun() {
       });
 }
 
-void General::DeleteEphemeralPortReferences(qint16 intPort) {
-  Guard(
+bool General::DeleteEphemeralPortReferences(qint16 intPort) {
+  return Guard(
       u"An error occurred while attempting to delete the Ephemeral port references from the registry.  The "
       u"operating system reports: ",
-      [&] {
-        const QString port = QString::number(intPort);
-        mSettings.Delete(kProtocols, port);
-        mSettings.DeleteSection(PortSection(QStringLiteral("Pass Through"), intPort));
-        mSettings.Delete(kPortsInUse, port);
-      });
+      [&] { DeletePortRows(intPort); });
+}
+
+void General::DeletePortRows(qint16 intPort) const {
+  const QString port = QString::number(intPort);
+  mSettings.Delete(kProtocols, port);
+  mSettings.DeleteSection(PortSection(QStringLiteral("Pass Through"), intPort));
+  mSettings.Delete(kPortsInUse, port);
 }
 
 bool General::DoesSocketExist(const SocketArray& sockets, int index) {

@@ -34,7 +34,10 @@ struct Platform {
   Desktop& desktop;
   ErrorSink& errors;
   /// The folder of the executable, without a slash at its end.
-  QString programFolder;
+  QString programFolder = {};
+  /// The folder below which the program writes its own files: that of the executable, or where that cannot
+  /// be written, the program's in the user's data folder. Without a slash at its end.
+  QString writeFolder = {};
 };
 
 class General {
@@ -74,8 +77,10 @@ class General {
   /// Seeds the port table of an empty store and sets gblnFirstRun.
   void CheckFirstRun();
   /// Takes a data port's rows out of the store. The first failure ends it and is reported: what follows
-  /// the missing row then stays.
-  void DeleteEphemeralPortReferences(qint16 intPort);
+  /// the missing row then stays, and the result is false.
+  bool DeleteEphemeralPortReferences(qint16 intPort);
+  /// The same without a report: the failure goes to the caller.
+  void DeletePortRows(qint16 intPort) const;
 
   // Existence is found by trying.
   template <class T, class KeyOrPosition>

@@ -14,9 +14,14 @@ namespace veltrane {
 class Listening::ListenerEvents : public SocketEvents {
  public:
   ListenerEvents(Listening& listening, int index) : mListening(listening), mIndex(index) {}
-  void ConnectionRequest(qint32 requestId) override { mListening.ConnectionRequest(mIndex, requestId); }
+  // What happens inside an event may end the program, and let go of the listening object.
+  void ConnectionRequest(qint32 requestId) override {
+    const std::shared_ptr<Listening> keep = mListening.shared_from_this();
+    keep->ConnectionRequest(mIndex, requestId);
+  }
   void Error(qint32 number, const QString& description) override {
-    mListening.ListenerFailed(number, description);
+    const std::shared_ptr<Listening> keep = mListening.shared_from_this();
+    keep->ListenerFailed(number, description);
   }
 
  private:
@@ -33,16 +38,17 @@ Listening::~Listening() = default;
 
 void Listening::InitaliseListeningSockets() {
   for (const SettingRow& row : mGeneral.mSettings.All(kProtocols)) {
-    mGeneral.Guard(
-        u"An error occurred while attempting to create a listening socket.  The operating system reports: ",
-        [&] {
-          const qint32 port = ToInt32(row.first);
-          if (row.second != kDontUse) {
-            StartListeningAtStart(port);
-          } else {
-            mcolListeningSocket.Add(&CreateListeningSocket(), ListeningSocketKey(port));
-          }
-        });
+    // A row that is no port must not keep the others from being served.
+    mGeneral.Guard(QStringLiteral("An error occurred while attempting to listen on port \"") + row.first +
+                       QStringLiteral("\" of the port table.  The operating system reports: "),
+                   [&] {
+                     const qint32 port = ToInt32(row.first);
+                     if (row.second != kDontUse) {
+                       StartListeningAtStart(port);
+                     } else {
+                       mcolListeningSocket.Add(&CreateListeningSocket(), ListeningSocketKey(port));
+                     }
+                   });
   }
 }
 
@@ -72,13 +78,9 @@ Socket& Listening::CreateListeningSocket() {
 bool Listening::StartListeningOnSocket(Socket*& objListeningSocket, qint32 lngPort, qint32& lngError,
                                        QString& strError) {
   try {
-    for (int i = sckServer.UpperBound(); i >= 1; --i) {
-      if (sckServer.Exists(i) && sckServer.Element(i).LocalPort() == lngPort) sckServer.Unload(i);
-    }
-    const QString key = ListeningSocketKey(lngPort);
-    if (mcolListeningSocket.Contains(key)) mcolListeningSocket.Remove(key);
+    DestroySockets(lngPort);
     objListeningSocket = &CreateListeningSocket();
-    mcolListeningSocket.Add(objListeningSocket, key);
+    mcolListeningSocket.Add(objListeningSocket, ListeningSocketKey(lngPort));
     objListeningSocket->SetLocalPort(lngPort);
     objListeningSocket->Listen();
     while (objListeningSocket->State() != SocketState::kListening)
@@ -92,13 +94,31 @@ bool Listening::StartListeningOnSocket(Socket*& objListeningSocket, qint32 lngPo
   }
 }
 
+void Listening::DestroySockets(qint32 lngPort) {
+  const QString key = ListeningSocketKey(lngPort);
+  // An idle socket has no port, so to speak port 0, and one that asked for port 0 has another than its row.
+  const auto isAnothers = [&](const Socket& socket) {
+    for (qsizetype at = 1; at <= mcolListeningSocket.Count(); ++at)
+      if (mcolListeningSocket.Item(at) == &socket) return mcolListeningSocket.KeyAt(at) != key;
+    return false;
+  };
+  for (int i = sckServer.UpperBound(); i >= 1; --i) {
+    if (!sckServer.Exists(i)) continue;
+    const Socket& socket = sckServer.Element(i);
+    if (socket.LocalPort() == lngPort && !isAnothers(socket)) sckServer.Unload(i);
+  }
+  if (mcolListeningSocket.Contains(key)) mcolListeningSocket.Remove(key);
+}
+
 void Listening::StopListeningOnSocket(Socket& objListeningSocket) {
   mGeneral.Guard(
       u"An error occurred while attempting to stop the socket from listening.  The operating system "
       u"reports: ",
-      [&] {
-        if (objListeningSocket.State() == SocketState::kListening) objListeningSocket.Close();
-      });
+      [&] { CloseIfListening(objListeningSocket); });
+}
+
+void Listening::CloseIfListening(Socket& socket) {
+  if (socket.State() == SocketState::kListening) socket.Close();
 }
 
 void Listening::ConnectionRequest(int index, qint32 lngRequestId) {
@@ -116,7 +136,7 @@ void Listening::ConnectionRequest(int index, qint32 lngRequestId) {
         }
         handler->mlngWasListeningOnPort = listener.LocalPort();
         const std::shared_ptr<SocketPair> pair = MakePair();
-        if (mGeneral.frmProblemSimulation->ShouldConnectionRequestBeRefused()) {
+        if (ShouldRefuse(pair)) {
           // An ephemeral listener survives a refusal: its one connection is still to come.
           pair->ConnectionRejected(lngRequestId, handler);
         } else {
@@ -156,6 +176,17 @@ std::shared_ptr<SocketPair> Listening::MakePair() {
   mobjSocketPairs.Add(pair, pair->SocketPairKey());
   mLoadedPairs.push_back(pair);
   return pair;
+}
+
+// A decision that fails takes the pair back: it has no handler, so nothing could ever end it.
+bool Listening::ShouldRefuse(const std::shared_ptr<SocketPair>& pair) {
+  try {
+    return mGeneral.frmProblemSimulation->ShouldConnectionRequestBeRefused();
+  } catch (...) {
+    mobjSocketPairs.Remove(pair->SocketPairKey());
+    std::erase(mLoadedPairs, pair);
+    throw;
+  }
 }
 
 // An ephemeral port serves exactly one connection.
@@ -239,7 +270,7 @@ void Listening::DeInitaliseListeningSockets() {
     PastFailures([&] { mobjSocketPairs.Item(i)->Terminate(); });
   }
   for (qsizetype i = 1; i <= mcolListeningSocket.Count(); ++i) {
-    PastFailures([&] { StopListeningOnSocket(*mcolListeningSocket.Item(i)); });
+    PastFailures([&] { CloseIfListening(*mcolListeningSocket.Item(i)); });
   }
   for (int i = sckServer.UpperBound(); i >= 1; --i) {
     PastFailures([&] {
@@ -259,8 +290,8 @@ void Listening::UnloadTerminatedPairs() {
                                                       std::make_move_iterator(mLoadedPairs.end()));
   mLoadedPairs.erase(firstGone, mLoadedPairs.end());
   for (const std::shared_ptr<SocketPair>& pair : gone) {
-    pair->Terminate();
-    pair->Unload();
+    PastFailures([&] { pair->Terminate(); });
+    PastFailures([&] { pair->Unload(); });
   }
 }
 

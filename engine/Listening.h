@@ -13,7 +13,7 @@ namespace veltrane {
 
 class General;
 
-class Listening {
+class Listening : public std::enable_shared_from_this<Listening> {
  public:
   explicit Listening(General& general);
   ~Listening();
@@ -32,6 +32,8 @@ class Listening {
   /// false, number and text are given back, nothing is reported, and the new socket stays, idle.
   bool StartListeningOnSocket(Socket*& objListeningSocket, qint32 lngPort, qint32& lngError,
                               QString& strError);
+  /// Destroys all sockets of the port, listening or not, with their key.
+  void DestroySockets(qint32 lngPort);
   void StopListeningOnSocket(Socket& objListeningSocket);
   /// Brings the socket of a port in line with the port table.
   void CheckListeningStatus(qint32 lngPort);
@@ -53,11 +55,13 @@ class Listening {
   void ListenerFailed(qint32 number, const QString& description);
   ProtocolHandlerRef GetProtocolHandler(qint32 lngPort);
   std::shared_ptr<SocketPair> MakePair();
+  bool ShouldRefuse(const std::shared_ptr<SocketPair>& pair);
   void EndEphemeralPort(int index);
   void StartListeningAtStart(qint32 lngPort);
   void ReplaceByIdleSocket(qint32 lngPort);
   void ResumeListening(qint32 lngPort);
   void ForgetSocket(const QString& key);
+  static void CloseIfListening(Socket& socket);
   void SetNodeText(qint32 lngPort, const QString& text);
   QString Description(qint32 lngPort, const QString& whenMissing) const;
 

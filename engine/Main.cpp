@@ -43,8 +43,17 @@ QString Welcome() {
   return text;
 }
 
-bool OptionIsOn(const General& general, const QString& key, const QString& defaultValue) {
-  return ToDouble(general.mSettings.Get(QStringLiteral("Options"), key, defaultValue)) == 1;
+constexpr char16_t kFailureText[] =
+    u"An error occurred while attempting to start Veltrane.  The operating system reports: ";
+
+/// An unusable value is reported, and the default rules: a slip in one option must not cost the user the
+/// main window.
+double Option(General& general, const QString& key, int defaultValue) {
+  double value = defaultValue;
+  general.Guard(kFailureText, [&] {
+    value = ToDouble(general.mSettings.Get(QStringLiteral("Options"), key, QString::number(defaultValue)));
+  });
+  return value;
 }
 
 }  // namespace
@@ -57,28 +66,37 @@ bool Main::Run(const QStringList& commandLine) {
   }
   if (mStartUp.IsAnotherInstanceRunning()) return false;
 
-  mGeneral.Guard(u"An error occurred while attempting to start Veltrane.  The operating system reports: ",
-                 [&] {
-                   ShowSplash();
-                   const Clock::Instant now = mGeneral.mPlatform.clock.Steady();
-                   mGeneral.mPlatform.random.Randomize(static_cast<unsigned>(now.count()));
-                   mGeneral.CheckFirstRun();
-                   mGeneral.gblnConnectionDiagramSelected = true;
-                   mGeneral.gblnRecordEvents = true;
-                   ClearEphemeralPorts();
-                   StartEngine();
-                   ShowMainWindow();
-                   EndSplash();
-                   if (mGeneral.gblnFirstRun) ShowWelcome();
-                   mStartUp.ProblemSimulationForm().Load();
-                   mStartUp.RealTimeLoggingForm().Load();
-                 });
+  // Each step is guarded for itself: without the rest of them the program would run without a window.
+  Step([&] { ShowSplash(); });
+  Step([&] {
+    const Clock::Instant now = mGeneral.mPlatform.clock.Steady();
+    mGeneral.mPlatform.random.Randomize(static_cast<unsigned>(now.count()));
+    mGeneral.CheckFirstRun();
+    mGeneral.gblnConnectionDiagramSelected = true;
+    mGeneral.gblnRecordEvents = true;
+  });
+  Step([&] { ClearEphemeralPorts(); });
+  Step([&] { StartEngine(); });
+  Step([&] { ShowMainWindow(); });
+  Step([&] { ShowConfiguration(); });
+  Step([&] { EndSplash(); });
+  Step([&] {
+    if (mGeneral.gblnFirstRun) ShowWelcome();
+  });
+  Step([&] { mStartUp.ProblemSimulationForm().Load(); });
+  Step([&] { mStartUp.RealTimeLoggingForm().Load(); });
   return true;
+}
+
+// The user, or the session, may have ended the program in the step before.
+template <class Body>
+void Main::Step(Body&& body) {
+  if (!mGeneral.gblnClosing) mGeneral.Guard(kFailureText, std::forward<Body>(body));
 }
 
 void Main::ShowSplash() {
   Form& splash = mStartUp.SplashForm();
-  if (!OptionIsOn(mGeneral, QStringLiteral("RunMinimized"), QStringLiteral("0"))) {
+  if (Option(mGeneral, QStringLiteral("RunMinimized"), 0) == 0) {
     splash.Show();
     splash.Repaint();
   }
@@ -90,8 +108,8 @@ void Main::ShowSplash() {
 void Main::ClearEphemeralPorts() {
   for (const auto& [port, protocol] : mGeneral.mSettings.All(kProtocols)) {
     if (!protocol.contains(kDynamicallyAllocated, Qt::CaseInsensitive)) continue;
-    mGeneral.Guard(u"An error occurred while attempting to start Veltrane.  The operating system reports: ",
-                   [&, text = port] { mGeneral.DeleteEphemeralPortReferences(ToInt16(text)); });
+    // Each row for itself: one that is no port keeps neither the others nor the program from going on.
+    mGeneral.Guard(kFailureText, [&, text = port] { mGeneral.DeleteEphemeralPortReferences(ToInt16(text)); });
   }
 }
 
@@ -108,9 +126,12 @@ void Main::ShowMainWindow() {
   for (const ProtocolHandlerRef& handler : mStartUp.CreateProtocols()) {
     mGeneral.gcolProtocols.Add(handler, handler->GetProtocolName());
   }
-  if (OptionIsOn(mGeneral, QStringLiteral("ShowConfigAtStartUp"), QStringLiteral("1"))) {
+}
+
+void Main::ShowConfiguration() {
+  if (Option(mGeneral, QStringLiteral("ShowConfigAtStartUp"), 1) == 1) {
     Form& configure = mStartUp.ConfigureForm();
-    configure.Show(&mainForm);
+    configure.Show(&mStartUp.MainForm());
     configure.Repaint();
   }
   Form& error = mStartUp.ErrorForm();

@@ -37,10 +37,13 @@ class Main {
   bool Run(const QStringList& commandLine);
 
  private:
+  template <class Body>
+  void Step(Body&& body);
   void ShowSplash();
   void ClearEphemeralPorts();
   void StartEngine();
   void ShowMainWindow();
+  void ShowConfiguration();
   void EndSplash();
   void ShowWelcome();
 

@@ -15,7 +15,8 @@ inline const QString kProtocols = QStringLiteral("Protocols");
 /// The protocol of a port that is kept in the table but does not listen.
 inline const QString kDontUse = QStringLiteral("<Don't use>");
 inline const QString kEphemeralProtocol = QStringLiteral("FTP Data - Dynamically allocated");
-/// What the row of a port that the proxy opened by itself contains, in any case.
+/// What the row of a port that the proxy opened by itself contains. The start looks for it in any case, the
+/// purge just as it is written.
 inline const QString kDynamicallyAllocated = QStringLiteral("Dynamically allocated");
 /// The tag of a listening socket that serves one connection.
 inline const QString kEphemeralTag = QStringLiteral("Ephemeral");
@@ -41,5 +42,6 @@ inline QString PortSection(const QString& protocol, qint32 port) {
 }
 /// The text of a port's node: "Web (8080)", and " - Not Listening" behind it when the port is idle.
 QString PortNodeText(const QString& description, qint32 port, bool listening);
+QString PortNodeText(const QString& description, const QString& port, bool listening);
 
 }  // namespace veltrane

@@ -1,6 +1,6 @@
 // The settings store: sections and keys under an application's name, all values text, returned as they went
-// in. A section's name may contain backslashes. Names are compared without case. Nothing is cached: a change
-// by another program is seen at the next read.
+// in. A section's name may contain backslashes. Names are compared without case. A change by another program
+// is seen at the next read.
 #pragma once
 
 #include <QList>
@@ -17,6 +17,8 @@ class SettingsStore {
  public:
   virtual ~SettingsStore() = default;
 
+  /// False while another store stands in for the user's own, which cannot be read: nothing in it is his.
+  virtual bool IsTheUsers() = 0;
   /// The stored text, or defaultValue when section or key does not exist.
   virtual QString GetSetting(const QString& application, const QString& section, const QString& key,
                              const QString& defaultValue) = 0;
@@ -37,6 +39,7 @@ class ApplicationSettings {
   ApplicationSettings(SettingsStore& store, QString application)
       : mStore(store), mApplication(std::move(application)) {}
 
+  bool IsTheUsers() const { return mStore.IsTheUsers(); }
   QString Get(const QString& section, const QString& key, const QString& defaultValue = {}) const {
     return mStore.GetSetting(mApplication, section, key, defaultValue);
   }

@@ -20,6 +20,11 @@ enum class SocketState : qint16 {
   kError = 9,
 };
 
+/// The failure of Listen that others than the sockets know of: a port that the logic keeps to itself counts
+/// as in use, in the same words.
+constexpr qint32 kSocketAddressInUse = 10048;
+constexpr const char* kSocketAddressInUseText = "Address in use";
+
 /// The events of one socket. All come from the event loop, never from inside a call on the socket.
 class SocketEvents {
  public:
@@ -52,8 +57,9 @@ class Socket {
   virtual qint32 LocalPort() const = 0;
   virtual void SetLocalPort(qint32 port) = 0;
 
-  // Addresses are dotted IPv4 text. They keep their last values after Close; before there is a
-  // connection those of the peer are empty, and LocalIP is the machine's own address.
+  // Addresses are dotted IPv4 text. They keep their last values after Close. Those of the peer are empty
+  // before there is one; from a Connect on they are what is tried, also when that fails. Before there is a
+  // connection, LocalIP is the machine's own address.
   virtual qint32 RemotePort() const = 0;
   /// The peer's name as given to Connect; empty when unknown.
   virtual QString RemoteHost() const = 0;

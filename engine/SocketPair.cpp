@@ -1,5 +1,6 @@
 #include "engine/SocketPair.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "engine/FailureSchedule.h"
@@ -8,6 +9,9 @@
 
 namespace veltrane {
 namespace {
+
+/// The shortest time, in ms, between two questions to a throttle that cannot be read.
+constexpr qint32 kAskAgain = 100;
 
 QString StateNumber(SocketState state) {
   return QString::number(static_cast<int>(state));
@@ -26,7 +30,7 @@ class SocketPair::ServerEvents : public SocketEvents {
         mPair.mGeneral.LogError(QStringLiteral("Data arrival on server state ") + StateNumber(state));
         return;
       }
-      const Payload data = mPair.mServer->GetData();
+      const Payload data = mPair.sckServer->GetData();
       if (!data.IsEmpty()) handler.ServerBytesReceived(data);
     });
   }
@@ -66,7 +70,7 @@ class SocketPair::ClientEvents : public SocketEvents {
         mPair.mGeneral.LogError(QStringLiteral("Data arrival on client state ") + StateNumber(state));
         return;
       }
-      const Payload data = mPair.mClient->GetData();
+      const Payload data = mPair.sckClient->GetData();
       if (!data.IsEmpty()) handler.ClientBytesReceived(data);
     });
   }
@@ -93,15 +97,16 @@ class SocketPair::ClientEvents : public SocketEvents {
 struct SocketPair::SendRoad {
   std::unique_ptr<Socket> SocketPair::*socket;
   Timer SocketPair::*throttleTimer;
+  bool SocketPair::*throttleUnreadable;
   bool fromServerToClient;
   const char16_t* failureText;
 };
 
 const SocketPair::SendRoad SocketPair::kClientRoad{
-    &SocketPair::mClient, &SocketPair::tmrC2SThrottleDataRequest, false,
-    u"An error occurred while sending the data through the client (Low Level)"};
+    &SocketPair::sckClient, &SocketPair::tmrC2SThrottleDataRequest, &SocketPair::mC2SThrottleUnreadable,
+    false, u"An error occurred while sending the data through the client (Low Level)"};
 const SocketPair::SendRoad SocketPair::kServerRoad{
-    &SocketPair::mServer, &SocketPair::tmrS2CThrottleDataRequest, true,
+    &SocketPair::sckServer, &SocketPair::tmrS2CThrottleDataRequest, &SocketPair::mS2CThrottleUnreadable, true,
     u"An error occurred while sending the data through the server (Low Level)"};
 
 SocketPair::SocketPair(General& general)
@@ -121,8 +126,8 @@ SocketPair::SocketPair(General& general)
       mGeneral(general),
       mServerEvents(std::make_unique<ServerEvents>(*this)),
       mClientEvents(std::make_unique<ClientEvents>(*this)),
-      mServer(general.mPlatform.sockets.CreateSocket(*mServerEvents)),
-      mClient(general.mPlatform.sockets.CreateSocket(*mClientEvents)) {}
+      sckServer(general.mPlatform.sockets.CreateSocket(*mServerEvents)),
+      sckClient(general.mPlatform.sockets.CreateSocket(*mClientEvents)) {}
 
 SocketPair::~SocketPair() = default;
 
@@ -136,8 +141,8 @@ void SocketPair::Tell(Call&& call) {
 }
 
 void SocketPair::Terminate() {
-  if (ServerState() == SocketState::kConnected) mServer->Close();
-  if (ClientState() == SocketState::kConnected) mClient->Close();
+  if (ServerState() == SocketState::kConnected) sckServer->Close();
+  if (ClientState() == SocketState::kConnected) sckClient->Close();
   mblnTerminated = true;
 }
 
@@ -146,8 +151,8 @@ void SocketPair::Unload() {
                        &tmrDangleStopTimer, &tmrTerminationTime}) {
     timer->SetEnabled(false);
   }
-  mServer->Close();
-  mClient->Close();
+  sckServer->Close();
+  sckClient->Close();
   mobjProtocolHandler.reset();
 }
 
@@ -161,7 +166,7 @@ void SocketPair::ServerConnected(qint32 lngRequestId, ProtocolHandlerRef objProt
   const ProtocolHandlerRef handler = objProtocolHandler;
   try {
     Bind(std::move(objProtocolHandler));
-    mServer->Accept(lngRequestId);
+    sckServer->Accept(lngRequestId);
     handler->LocalServerAcceptedConnection();
   } catch (...) {
     const Failure failure = CurrentFailure();
@@ -183,7 +188,7 @@ void SocketPair::ConnectionRejected(qint32, ProtocolHandlerRef objProtocolHandle
 bool SocketPair::AttemptConnectionToRemoteServer(const QString& strServerIP, qint32 lngServerPort,
                                                  QString& strError, qint32& lngErrorCode) {
   try {
-    mClient->Connect(strServerIP, lngServerPort);
+    sckClient->Connect(strServerIP, lngServerPort);
     return true;
   } catch (...) {
     const Failure failure = CurrentFailure();
@@ -200,14 +205,13 @@ void SocketPair::OutgoingConnectionStands(ProtocolHandler& handler) {
   // recorded text of the connection depends on it.
   const QString terminationComment;
   QString danglingComment;
-  // A field of the schedule may be unusable; the connection goes on without that failure.
-  mGeneral.Guard(
-      u"An error occurred while attempting to schedule the failures of a connection.  The operating system "
-      u"reports: ",
-      [&] {
-        ScheduleTermination(terminationComment);
-        ScheduleDangle(danglingComment);
-      });
+  // A field of the schedule may be unusable; the connection goes on without what that field plans. Left to
+  // the message loop, the failure would keep the handler from ever hearing that its connection stands.
+  const QString failureText = QStringLiteral(
+      "An error occurred while attempting to schedule the failures of a connection.  The operating system "
+      "reports: ");
+  mGeneral.Guard(failureText, [&] { ScheduleTermination(terminationComment); });
+  if (!mGeneral.Guard(failureText, [&] { ScheduleDangle(danglingComment); })) danglingComment.clear();
   handler.ConnectedToRemoteServer(terminationComment + u' ' + danglingComment);
   // Only from here on is this timer off; before, its interval of 0 says that no dangle is on.
   tmrDangleStopTimer.SetEnabled(false);
@@ -243,13 +247,17 @@ bool SocketPair::Send(const SendRoad& road, const PayloadBuffer& data, Payload& 
   Socket& socket = *(this->*road.socket);
   if (socket.State() != SocketState::kConnected || data.IsEmpty()) return false;
   Timer& timer = this->*road.throttleTimer;
+  bool& unreadable = this->*road.throttleUnreadable;
+  const bool wasUnreadable = std::exchange(unreadable, true);
+  if (&stillToBeSent != &data) stillToBeSent = data;
   try {
-    qint64 amount = 0;
+    // A throttle that says nothing lets all through.
+    qint64 amount = stillToBeSent.Size();
     qint32 nextSendPeriod = 0;
     const bool throttled = mGeneral.frmProblemSimulation->IsThrottlingNeeded(
-        road.fromServerToClient, data.Size(), amount, nextSendPeriod);
+        road.fromServerToClient, stillToBeSent.Size(), amount, nextSendPeriod);
     if (throttled && amount < 0) throw Failure(FailureNumber::kBadArgument);
-    if (&stillToBeSent != &data) stillToBeSent = data;
+    unreadable = false;
     if (!throttled) timer.SetEnabled(false);
     sent = throttled ? stillToBeSent.Take(static_cast<qsizetype>(amount)) : stillToBeSent.TakeAll();
     socket.SendData(sent);
@@ -259,14 +267,23 @@ bool SocketPair::Send(const SendRoad& road, const PayloadBuffer& data, Payload& 
     }
     return throttled;
   } catch (...) {
-    mGeneral.LogError(QString::fromUtf16(road.failureText));
+    // A number that the user is typing is no number for a while: nothing is lost by it, and he is told once.
+    if (unreadable) AskAgain(timer);
+    if (!unreadable || !wasUnreadable) mGeneral.LogError(QString::fromUtf16(road.failureText));
     return false;
   }
 }
 
+void SocketPair::AskAgain(Timer& timer) {
+  timer.SetInterval(std::max(timer.Interval(), kAskAgain));
+  timer.SetEnabled(true);
+}
+
 void SocketPair::ResumeThrottled(Timer& timer, bool (ProtocolHandler::*resume)(bool)) {
   Tell([&](ProtocolHandler& handler) {
-    if (!(handler.*resume)(false)) timer.SetEnabled(false);
+    // A timer that fires between the end of its pair and the sweep finds the sockets closed and says so;
+    // once is enough.
+    if (!(handler.*resume)(false) || mblnTerminated) timer.SetEnabled(false);
   });
 }
 
@@ -289,7 +306,7 @@ void SocketPair::tmrDangleStopTimer_Timer() {
 
 // By the choice as it stands now, not as it stood when the dangle began.
 void SocketPair::EndDangle(ProtocolHandler& handler) {
-  const int choice = mGeneral.frmProblemSimulation->optDangleClose();
+  const int choice = mGeneral.frmProblemSimulation->DangleCloseChoice();
   if (choice == 0) {
     handler.RemoteServerInitiatedDisconnection(
         QStringLiteral("Connection terminated as per dangling schedule."));
@@ -304,7 +321,7 @@ void SocketPair::EndDangle(ProtocolHandler& handler) {
 void SocketPair::tmrTerminationTime_Timer() {
   Tell([this](ProtocolHandler& handler) {
     tmrTerminationTime.SetEnabled(false);
-    const int choice = mGeneral.frmProblemSimulation->optGracefulTermination();
+    const int choice = mGeneral.frmProblemSimulation->GracefulTerminationChoice();
     if (choice == 0) {
       // As if the remote server had closed in good order.
       handler.RemoteServerInitiatedDisconnection(QStringLiteral("Connection terminated as per schedule."));
@@ -316,7 +333,7 @@ void SocketPair::tmrTerminationTime_Timer() {
 }
 
 bool SocketPair::IsDanglingCurrentlyOn(bool blnClientToServer) const {
-  if (!tmrDangleStopTimer.Enabled() || tmrDangleStopTimer.Interval() <= 0) return false;
+  if (!IsDue(tmrDangleStopTimer)) return false;
   return mintDataBeingDangled == 2 || mintDataBeingDangled == (blnClientToServer ? 0 : 1);
 }
 

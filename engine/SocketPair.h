@@ -45,18 +45,18 @@ class SocketPair : public std::enable_shared_from_this<SocketPair> {
   bool AttemptConnectionToRemoteServer(const QString& strServerIP, qint32 lngServerPort, QString& strError,
                                        qint32& lngErrorCode);
 
-  qint32 RemoteServerPort() const { return mClient->RemotePort(); }
-  QString RemoteServerIP() const { return mClient->RemoteHostIP(); }
-  QString RemoteServerName() const { return mClient->RemoteHost(); }
-  qint32 RemoteClientPort() const { return mServer->RemotePort(); }
-  QString RemoteClientIP() const { return mServer->RemoteHostIP(); }
-  QString RemoteClientName() const { return mServer->RemoteHost(); }
-  qint32 LocalServerPort() const { return mServer->LocalPort(); }
-  QString LocalServerIP() const { return mServer->LocalIP(); }
-  QString LocalServerName() const { return mServer->LocalHostName(); }
-  qint32 LocalClientPort() const { return mClient->LocalPort(); }
-  QString LocalClientIP() const { return mClient->LocalIP(); }
-  QString LocalClientName() const { return mClient->LocalHostName(); }
+  qint32 RemoteServerPort() const { return sckClient->RemotePort(); }
+  QString RemoteServerIP() const { return sckClient->RemoteHostIP(); }
+  QString RemoteServerName() const { return sckClient->RemoteHost(); }
+  qint32 RemoteClientPort() const { return sckServer->RemotePort(); }
+  QString RemoteClientIP() const { return sckServer->RemoteHostIP(); }
+  QString RemoteClientName() const { return sckServer->RemoteHost(); }
+  qint32 LocalServerPort() const { return sckServer->LocalPort(); }
+  QString LocalServerIP() const { return sckServer->LocalIP(); }
+  QString LocalServerName() const { return sckServer->LocalHostName(); }
+  qint32 LocalClientPort() const { return sckClient->LocalPort(); }
+  QString LocalClientIP() const { return sckClient->LocalIP(); }
+  QString LocalClientName() const { return sckClient->LocalHostName(); }
 
   /// While it is set, a Close event on either socket is ignored. Writing it does nothing else.
   bool Dead() const { return mDead; }
@@ -64,18 +64,23 @@ class SocketPair : public std::enable_shared_from_this<SocketPair> {
   const QString& SocketPairKey() const { return mKey; }
   void SetSocketPairKey(const QString& strKey) { mKey = strKey; }
 
-  SocketState ServerState() const { return mServer->State(); }
-  SocketState ClientState() const { return mClient->State(); }
-  void ServerDisconnect() { mServer->Close(); }
-  void ClientDisconnect() { mClient->Close(); }
+  SocketState ServerState() const { return sckServer->State(); }
+  SocketState ClientState() const { return sckClient->State(); }
+  void ServerDisconnect() { sckServer->Close(); }
+  void ClientDisconnect() { sckClient->Close(); }
   /// A throttled send is under way in that direction.
   bool IsClientSendingData() const { return tmrC2SThrottleDataRequest.Enabled(); }
   bool IsServerSendingData() const { return tmrS2CThrottleDataRequest.Enabled(); }
+  /// Whether the throttle timer will fire; after a send that was less than the throttle allows, it has
+  /// nothing to wait for and its interval is 0.
+  bool IsClientThrottleTimerDue() const { return IsDue(tmrC2SThrottleDataRequest); }
+  bool IsServerThrottleTimerDue() const { return IsDue(tmrS2CThrottleDataRequest); }
 
   /// Offers data to sckClient. When it is not connected or the data is empty, the result is false and the
   /// out arguments stay as they were. Otherwise strDataSent is what went to the socket and
   /// strDataStillToBeSent what the throttle keeps back; the result says whether it throttles.
-  /// strDataStillToBeSent may be data itself.
+  /// strDataStillToBeSent may be data itself. When the throttle cannot be read, all is still to be sent, and
+  /// the direction's timer asks again; a throttle that stays unreadable is reported once.
   bool ClientSendData(const PayloadBuffer& data, Payload& strDataSent, PayloadBuffer& strDataStillToBeSent);
   bool ServerSendData(const PayloadBuffer& data, Payload& strDataSent, PayloadBuffer& strDataStillToBeSent);
 
@@ -100,6 +105,8 @@ class SocketPair : public std::enable_shared_from_this<SocketPair> {
   static const SendRoad kClientRoad;
   static const SendRoad kServerRoad;
 
+  static void AskAgain(Timer& timer);
+  static bool IsDue(const Timer& timer) { return timer.Enabled() && timer.Interval() > 0; }
   template <class Call>
   void Tell(Call&& call);
   void Bind(ProtocolHandlerRef objProtocolHandler);
@@ -114,12 +121,14 @@ class SocketPair : public std::enable_shared_from_this<SocketPair> {
   General& mGeneral;
   std::unique_ptr<SocketEvents> mServerEvents;
   std::unique_ptr<SocketEvents> mClientEvents;
-  std::unique_ptr<Socket> mServer;  // sckServer
-  std::unique_ptr<Socket> mClient;  // sckClient
+  std::unique_ptr<Socket> sckServer;
+  std::unique_ptr<Socket> sckClient;
   QString mKey;
   qint32 mlngTimeDuringDangle = 0;
   /// What a dangle holds back: 0 client to server, 1 server to client, 2 both.
   qint16 mintDataBeingDangled = 0;
+  bool mC2SThrottleUnreadable = false;
+  bool mS2CThrottleUnreadable = false;
   bool mDead = false;
   bool mClientInitialised = false;
 };

@@ -91,9 +91,7 @@ class SqliteSettingsStore::Statement {
 };
 
 SqliteSettingsStore::SqliteSettingsStore(const QString& path, const Clock& clock, ErrorSink& errors)
-    : mPath(path), mClock(clock) {
-  Open(errors);
-}
+    : mPath(path), mClock(clock), mErrors(errors) {}
 
 SqliteSettingsStore::~SqliteSettingsStore() {
   // At rest the store is one plain file, which can be read from a folder that cannot be written.
@@ -104,7 +102,8 @@ SqliteSettingsStore::~SqliteSettingsStore() {
   CloseFile();
 }
 
-void SqliteSettingsStore::Open(ErrorSink& errors) {
+void SqliteSettingsStore::OpenAtFirstUse() {
+  if (mDatabase) return;
   const QString folder = QFileInfo(mPath).path();
   if (!QFileInfo::exists(folder)) {
     QDir().mkpath(folder);
@@ -112,41 +111,54 @@ void SqliteSettingsStore::Open(ErrorSink& errors) {
   }
   if (OpenForWriting()) return;
   if (IsCorrupt(mOpenResult)) {
-    SetAside(errors);
+    SetAside();
     return;
   }
-  if (!IsLocked(mOpenResult) && OpenForReading()) {
-    errors.LogError(
+  const bool locked = IsLocked(mOpenResult);
+  if (OpenForReading()) {
+    mErrors.LogError(
         QStringLiteral("The settings file ") + mPath +
-        QStringLiteral(" cannot be written. Veltrane runs with the settings that it holds; changes "
-                       "will not be kept. Give yourself the right to write the file and its folder, "
-                       "then start Veltrane again."));
+        (locked ? QStringLiteral(" is in use by another program. Veltrane runs with the settings that it "
+                                 "holds, and may be unable to keep changes. End the other program, then "
+                                 "start Veltrane again.")
+                : QStringLiteral(" cannot be written. Veltrane runs with the settings that it holds; changes "
+                                 "will not be kept. Give yourself the right to write the file and its "
+                                 "folder, then start Veltrane again.")));
     return;
   }
-  mWhyUnusable = IsLocked(mOpenResult)
-                     ? QStringLiteral("The settings file ") + mPath +
-                           QStringLiteral(
-                               " is locked by another program. Veltrane runs with its default "
-                               "settings, and changes will not be kept. End the other program, then "
-                               "start Veltrane again.")
-                     : QStringLiteral("The settings file ") + mPath + QStringLiteral(" cannot be opened (") +
-                           Problem() +
-                           QStringLiteral(
-                               "). Veltrane runs with its default settings, and changes will not be "
-                               "kept. Make the file and its folder accessible, then start Veltrane "
-                               "again.");
+  const QString problem = Unreadable();
+  OpenInMemory();
+  mErrors.LogError(problem);
+}
+
+QString SqliteSettingsStore::Unreadable() const {
+  if (IsLocked(mOpenResult)) {
+    return QStringLiteral("The settings file ") + mPath +
+           QStringLiteral(
+               " is locked by another program. Veltrane runs with its default settings and without ports, "
+               "and changes will not "
+               "be kept. End the other program, then start Veltrane again.");
+  }
+  return QStringLiteral("The settings file ") + mPath + QStringLiteral(" cannot be opened (") + Reason() +
+         QStringLiteral(
+             "). Veltrane runs with its default settings and without ports, and changes will not be kept. "
+             "Make the file and "
+             "its folder accessible, then start Veltrane again.");
+}
+
+bool SqliteSettingsStore::OpenFile(const QByteArray& name, int flags) {
   CloseFile();
-  errors.LogError(mWhyUnusable);
+  mOpenResult = sqlite3_open_v2(name.constData(), &mDatabase, flags, nullptr);
+  if (mOpenResult != SQLITE_OK) return false;
+  sqlite3_busy_timeout(mDatabase, kBusyTimeoutMs);
+  return true;
 }
 
 bool SqliteSettingsStore::OpenForWriting() {
-  CloseFile();
-  const QByteArray name = mPath.toUtf8();
-  mOpenResult =
-      sqlite3_open_v2(name.constData(), &mDatabase, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
-  if (mOpenResult != SQLITE_OK) return false;
-  ::chmod(QFile::encodeName(mPath).constData(), S_IRUSR | S_IWUSR);
-  sqlite3_busy_timeout(mDatabase, kBusyTimeoutMs);
+  const bool isNew = !QFile::exists(mPath);
+  if (!OpenFile(mPath.toUtf8(), SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE)) return false;
+  // A file that is there keeps the rights that its user gave it.
+  if (isNew) ::chmod(QFile::encodeName(mPath).constData(), S_IRUSR | S_IWUSR);
   try {
     if (sqlite3_db_readonly(mDatabase, "main") != 0) {
       mOpenResult = SQLITE_READONLY;
@@ -154,13 +166,10 @@ bool SqliteSettingsStore::OpenForWriting() {
     }
     // The write-ahead log makes each write whole without waiting for the disk at every one of them: a
     // handler writes rows while traffic runs.
-    Execute("PRAGMA journal_mode = WAL");
+    UseWriteAheadLog();
     Execute("PRAGMA synchronous = NORMAL");
-    Execute("CREATE TABLE IF NOT EXISTS settings (application TEXT, section TEXT, key TEXT, value TEXT)");
-    Execute(
-        "CREATE INDEX IF NOT EXISTS settings_by_name ON settings (application COLLATE NOCASE, section "
-        "COLLATE "
-        "NOCASE, key COLLATE NOCASE)");
+    MakeTable();
+    MakeKeysText();
     Prepare();
     return true;
   } catch (const Failure&) {
@@ -169,12 +178,31 @@ bool SqliteSettingsStore::OpenForWriting() {
   }
 }
 
+// While another program reads the file, it stays as it is: a write then waits for the reader.
+void SqliteSettingsStore::UseWriteAheadLog() {
+  if (sqlite3_exec(mDatabase, "PRAGMA journal_mode = WAL", nullptr, nullptr, nullptr) == SQLITE_OK) return;
+  if (!IsLocked(sqlite3_errcode(mDatabase))) Fail();
+}
+
+// A table made by hand may have columns without a type, and numbers in them: a number is found under no text.
+void SqliteSettingsStore::MakeKeysText() {
+  constexpr char kOdd[] = "typeof(section) <> 'text' OR typeof(key) <> 'text'";
+  const QByteArray count = QByteArray("SELECT 1 FROM settings WHERE ") + kOdd;
+  bool any = false;
+  {
+    Statement statement(*this, count.constData());
+    statement.Start({});
+    any = statement.Step();
+  }
+  if (!any) return;
+  const QByteArray update =
+      QByteArray("UPDATE settings SET section = CAST(section AS TEXT), key = CAST(key AS TEXT) WHERE ") +
+      kOdd;
+  Execute(update.constData());
+}
+
 bool SqliteSettingsStore::OpenForReading() {
-  CloseFile();
-  const QByteArray name = mPath.toUtf8();
-  mOpenResult = sqlite3_open_v2(name.constData(), &mDatabase, SQLITE_OPEN_READONLY, nullptr);
-  if (mOpenResult != SQLITE_OK) return false;
-  sqlite3_busy_timeout(mDatabase, kBusyTimeoutMs);
+  if (!OpenFile(mPath.toUtf8(), SQLITE_OPEN_READONLY)) return false;
   try {
     Prepare();
     return true;
@@ -182,6 +210,20 @@ bool SqliteSettingsStore::OpenForReading() {
     mOpenResult = sqlite3_errcode(mDatabase);
     return false;
   }
+}
+
+void SqliteSettingsStore::OpenInMemory() {
+  if (!OpenFile(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE)) Fail();
+  MakeTable();
+  Prepare();
+  mInMemory = true;
+}
+
+void SqliteSettingsStore::MakeTable() {
+  Execute("CREATE TABLE IF NOT EXISTS settings (application TEXT, section TEXT, key TEXT, value TEXT)");
+  Execute(
+      "CREATE INDEX IF NOT EXISTS settings_by_name ON settings (application COLLATE NOCASE, section COLLATE "
+      "NOCASE, key COLLATE NOCASE)");
 }
 
 void SqliteSettingsStore::Prepare() {
@@ -194,6 +236,7 @@ void SqliteSettingsStore::Prepare() {
       "SELECT key, value FROM settings WHERE application = ? COLLATE NOCASE AND section = ? COLLATE NOCASE "
       "ORDER "
       "BY rowid");
+  mVersion = prepare("PRAGMA data_version");
   mUpdate = prepare(
       "UPDATE settings SET value = ?4 WHERE application = ?1 COLLATE NOCASE AND section = ?2 COLLATE NOCASE "
       "AND "
@@ -207,7 +250,7 @@ void SqliteSettingsStore::Prepare() {
 }
 
 // The damaged file is kept for the user, and a fresh one takes its place.
-void SqliteSettingsStore::SetAside(ErrorSink& errors) {
+void SqliteSettingsStore::SetAside() {
   CloseFile();
   const QString kept = mPath + QStringLiteral(".damaged-") + TimeForFileName(mClock.Now());
   bool moved = true;
@@ -215,24 +258,33 @@ void SqliteSettingsStore::SetAside(ErrorSink& errors) {
     const QLatin1String suffix(ending);
     if (QFile::exists(mPath + suffix)) moved = QFile::rename(mPath + suffix, kept + suffix) && moved;
   }
-  if (moved && OpenForWriting()) {
-    errors.LogError(QStringLiteral("The settings file ") + mPath +
-                    QStringLiteral(" is damaged. It was set aside as ") + kept +
-                    QStringLiteral(", and Veltrane starts with its default settings."));
-    return;
+  QString report = QStringLiteral("The settings file ") + mPath + QStringLiteral(" is damaged");
+  if (!moved) {
+    report += QStringLiteral(" and cannot be set aside as ") + kept +
+              QStringLiteral(
+                  ". Veltrane runs with its default settings and without ports, and changes will not be "
+                  "kept. Move the file "
+                  "away, then start Veltrane again.");
+  } else if (OpenForWriting()) {
+    report += QStringLiteral(". It was set aside as ") + kept +
+              QStringLiteral(", and Veltrane starts with its default settings.");
+  } else {
+    report += QStringLiteral(". It was set aside as ") + kept +
+              QStringLiteral(", but a new one cannot be made (") + Reason() +
+              QStringLiteral(
+                  "). Veltrane runs with its default settings and without ports, and changes will not be "
+                  "kept. Give yourself "
+                  "the right to write the folder, then start Veltrane again.");
+    CloseFile();
   }
-  mWhyUnusable = QStringLiteral("The settings file ") + mPath +
-                 QStringLiteral(" is damaged and cannot be set aside as ") + kept +
-                 QStringLiteral(
-                     ". Veltrane runs with its default settings, and changes will not be kept. Move "
-                     "the file away, then start Veltrane again.");
-  CloseFile();
-  errors.LogError(mWhyUnusable);
+  if (!mDatabase) OpenInMemory();
+  mErrors.LogError(report);
 }
 
 void SqliteSettingsStore::CloseStatements() {
-  for (auto* statement : {&mGet, &mAll, &mUpdate, &mInsert, &mDeleteKey, &mDeleteSection})
+  for (auto* statement : {&mGet, &mAll, &mVersion, &mUpdate, &mInsert, &mDeleteKey, &mDeleteSection})
     statement->reset();
+  mSections.clear();
 }
 
 void SqliteSettingsStore::CloseFile() {
@@ -250,18 +302,21 @@ void SqliteSettingsStore::Fail() const {
 }
 
 QString SqliteSettingsStore::Problem() const {
-  if (!mDatabase) return QString::fromUtf8(sqlite3_errstr(mOpenResult));
-  return FailureText(FailureNumber::kStore) + QStringLiteral(" (") + mPath + QStringLiteral("): ") +
-         QString::fromUtf8(sqlite3_errmsg(mDatabase));
+  return FailureText(FailureNumber::kStore) + QStringLiteral(" (") + mPath + QStringLiteral("): ") + Reason();
 }
 
-void SqliteSettingsStore::RequireUsable() const {
-  if (!mWhyUnusable.isEmpty()) throw Failure(FailureNumber::kStore, mWhyUnusable);
+QString SqliteSettingsStore::Reason() const {
+  return QString::fromUtf8(mDatabase ? sqlite3_errmsg(mDatabase) : sqlite3_errstr(mOpenResult));
+}
+
+bool SqliteSettingsStore::IsTheUsers() {
+  OpenAtFirstUse();
+  return !mInMemory;
 }
 
 QString SqliteSettingsStore::GetSetting(const QString& application, const QString& section,
                                         const QString& key, const QString& defaultValue) {
-  if (!mWhyUnusable.isEmpty()) return defaultValue;
+  OpenAtFirstUse();
   mGet->Start({application, section, key});
   if (!mGet->Step()) return defaultValue;
   QString value = mGet->Text(0);
@@ -270,29 +325,41 @@ QString SqliteSettingsStore::GetSetting(const QString& application, const QStrin
 }
 
 QList<SettingRow> SqliteSettingsStore::GetAllSettings(const QString& application, const QString& section) {
+  OpenAtFirstUse();
+  Section& known = mSections[application + u'\n' + section];
+  QString version = Version();
+  if (known.version == version) return known.rows;
   QList<SettingRow> rows;
-  if (!mWhyUnusable.isEmpty()) return rows;
   mAll->Start({application, section});
   while (mAll->Step())
     rows.append({mAll->Text(0), mAll->Text(1)});
+  known = {std::move(version), rows};
   return rows;
+}
+
+// The file counts the commits of other programs, and its connection the rows that this one changed.
+QString SqliteSettingsStore::Version() {
+  mVersion->Start({});
+  const QString others = mVersion->Step() ? mVersion->Text(0) : QString();
+  mVersion->Stop();
+  return others + u' ' + QString::number(sqlite3_total_changes64(mDatabase));
 }
 
 void SqliteSettingsStore::SaveSetting(const QString& application, const QString& section, const QString& key,
                                       const QString& value) {
-  RequireUsable();
+  OpenAtFirstUse();
   // No transaction around the two: the second statement runs only where the first found nothing to change.
   if (mUpdate->Run({application, section, key, value}) == 0) mInsert->Run({application, section, key, value});
 }
 
 void SqliteSettingsStore::DeleteSetting(const QString& application, const QString& section,
                                         const QString& key) {
-  RequireUsable();
+  OpenAtFirstUse();
   if (mDeleteKey->Run({application, section, key}) == 0) throw Failure(FailureNumber::kBadArgument);
 }
 
 void SqliteSettingsStore::DeleteSetting(const QString& application, const QString& section) {
-  RequireUsable();
+  OpenAtFirstUse();
   if (mDeleteSection->Run({application, section}) == 0) throw Failure(FailureNumber::kBadArgument);
 }
 

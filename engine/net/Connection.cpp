@@ -83,6 +83,8 @@ void Connection::ServePosted() {
   if (!mOwner) return;
   if (mConnectError != 0) {
     ConnectFailed(mConnectError);
+  } else if (mSendError != 0 && mStreamEnded) {
+    Fail(mSendError);
   } else if (mCompletionDue && mQueue.isEmpty()) {
     mCompletionDue = false;
     mReactor.Deliver([this] { mOwner->mEvents.SendComplete(); });
@@ -90,6 +92,8 @@ void Connection::ServePosted() {
 }
 
 void Connection::Writable() {
+  // A socket whose attempt failed at once looks writable, too.
+  if (mConnectError != 0) return;
   if (mConnecting) {
     FinishConnect();
   } else if (!mQueue.isEmpty()) {
@@ -106,6 +110,7 @@ void Connection::FinishConnect() {
   mConnecting = false;
   mOwner->mState = SocketState::kConnected;
   mOwner->TakeLocalAddress(Descriptor());
+  mOwner->TakeRemoteAddress(Descriptor());
   UpdateWatch();
   mReactor.Deliver([this] { mOwner->mEvents.Connect(); });
 }
@@ -160,6 +165,8 @@ void Connection::SendFailed(int systemError) {
   mSendError = systemError;
   mQueue.clear();
   mPeerGone = true;
+  // After the end of the stream nothing is read any more that could lead there.
+  if (mStreamEnded) PostEvent();
   ::shutdown(Descriptor(), SHUT_RD);
 }
 

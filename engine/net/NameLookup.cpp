@@ -6,6 +6,7 @@
 #include <mutex>
 #include <netdb.h>
 #include <sys/eventfd.h>
+#include <system_error>
 #include <thread>
 #include <unistd.h>
 #include <utility>
@@ -55,17 +56,24 @@ int NameLookup::Descriptor() const {
 }
 
 quint64 NameLookup::Start(const QString& name, Answer answer) {
+  const std::lock_guard lock(mShared->mutex);
+  const bool allBusy = mShared->idle <= static_cast<int>(mShared->questions.size());
+  if (allBusy && mShared->workers < kMostWorkers) AddWorker();
   const quint64 number = ++mLastNumber;
   mWaiting.emplace(number, std::move(answer));
-  const std::lock_guard lock(mShared->mutex);
   mShared->questions.emplace_back(number, name.toStdString());
-  const bool allBusy = mShared->idle < static_cast<int>(mShared->questions.size());
-  if (allBusy && mShared->workers < kMostWorkers) {
-    ++mShared->workers;
-    std::thread(Work, mShared).detach();
-  }
   mShared->wake.notify_one();
   return number;
+}
+
+// Without room for one more thread the others take the question, if there are any.
+void NameLookup::AddWorker() {
+  try {
+    std::thread(Work, mShared).detach();
+    ++mShared->workers;
+  } catch (const std::system_error& failure) {
+    if (mShared->workers == 0) throw SocketFailure(failure.code().value());
+  }
 }
 
 void NameLookup::Cancel(quint64 number) {
@@ -113,6 +121,11 @@ NameLookup::Result NameLookup::SystemResolver(const std::string& name) {
   hints.ai_socktype = SOCK_STREAM;
   addrinfo* found = nullptr;
   Result result;
+  // The system would look up what stands before it, another name than the one that is shown.
+  if (name.find('\0') != std::string::npos) {
+    result.lookupError = EAI_NONAME;
+    return result;
+  }
   result.lookupError = getaddrinfo(name.c_str(), nullptr, &hints, &found);
   result.systemError = errno;
   if (result.lookupError != 0) return result;

@@ -42,6 +42,7 @@ class NameLookup {
 
  private:
   struct Shared;
+  void AddWorker();
   static void Work(const std::shared_ptr<Shared>& shared);
 
   std::shared_ptr<Shared> mShared;  // with the workers, which may outlive this object

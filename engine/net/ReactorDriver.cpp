@@ -1,5 +1,7 @@
 #include "engine/net/ReactorDriver.h"
 
+#include <QThread>
+
 #include <algorithm>
 
 #include "engine/net/Reactor.h"
@@ -31,6 +33,8 @@ void ReactorDriver::RunTimers() {
   // Armed before the events run: one of them may open a modal window, and timers go on meanwhile. RunDue
   // stops at an event that lets a failure out; the others are due at once again.
   mTimer.start(1);
+  // A window that is drawn before the message loop runs must not start what the loop is for.
+  if (QThread::currentThread()->loopLevel() == 0) return;
   try {
     mTimers.RunDue();
   } catch (...) {

@@ -34,7 +34,7 @@ constexpr std::array kErrors{
     Row{EPROTONOSUPPORT, 10043, "Protocol not supported"},
     Row{EOPNOTSUPP, 10045, "Operation not supported"},
     Row{EAFNOSUPPORT, 10047, "Address family not supported"},
-    Row{EADDRINUSE, kSocketAddressInUse, "Address in use"},
+    Row{EADDRINUSE, kSocketAddressInUse, kSocketAddressInUseText},
     Row{EADDRNOTAVAIL, kSocketAddressNotAvailable, "Address not available"},
     Row{ENETDOWN, 10050, "Network is down"},
     Row{ENETUNREACH, 10051, "Network is unreachable"},
@@ -83,6 +83,8 @@ Failure LookupFailure(int lookupError, int systemError) {
       return NumberedFailure(11003);
     case EAI_NODATA:
       return NumberedFailure(11004);
+    case EAI_ADDRFAMILY:
+      return SocketFailure(EAFNOSUPPORT);
     case EAI_MEMORY:
       return SocketFailure(ENOMEM);
     case EAI_SYSTEM:

@@ -2,12 +2,12 @@
 #pragma once
 
 #include "base/Failure.h"
+#include "engine/Socket.h"
 
 namespace veltrane {
 
 constexpr qint32 kSocketNotAllowed = 10013;
 constexpr qint32 kSocketTooManyOpen = 10024;
-constexpr qint32 kSocketAddressInUse = 10048;
 constexpr qint32 kSocketAddressNotAvailable = 10049;
 constexpr qint32 kSocketReset = 10054;
 constexpr qint32 kSocketNotConnected = 10057;

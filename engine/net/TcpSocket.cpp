@@ -77,6 +77,15 @@ void TcpSocket::TakeLocalAddress(int descriptor) {
   mLocalPort = ntohs(local.sin_port);
 }
 
+// An outgoing connection, too, asks for it: one to 0.0.0.0 stands with another host than was asked for.
+void TcpSocket::TakeRemoteAddress(int descriptor) {
+  sockaddr_in peer{};
+  socklen_t size = sizeof peer;
+  if (getpeername(descriptor, reinterpret_cast<sockaddr*>(&peer), &size) != 0) return;
+  mRemoteAddress = peer.sin_addr;
+  mRemotePort = ntohs(peer.sin_port);
+}
+
 void TcpSocket::Listen() {
   RequireState(!mConnection && !mListener);
   if (mLocalPort < 0 || mLocalPort > 65535) throw NumberedFailure(kSocketAddressNotAvailable);
@@ -107,12 +116,7 @@ void TcpSocket::Accept(qint32 requestId) {
   const int descriptor = mReactor.TakeRequest(requestId);
   if (descriptor < 0) throw Failure(FailureNumber::kBadArgument);
   mConnection = std::make_shared<Connection>(mReactor, descriptor, *this);
-  sockaddr_in peer{};
-  socklen_t size = sizeof peer;
-  if (getpeername(descriptor, reinterpret_cast<sockaddr*>(&peer), &size) == 0) {
-    mRemoteAddress = peer.sin_addr;
-    mRemotePort = ntohs(peer.sin_port);
-  }
+  TakeRemoteAddress(descriptor);
   TakeLocalAddress(descriptor);
   mState = SocketState::kConnected;
   mConnection->Start();
@@ -126,7 +130,8 @@ void TcpSocket::Connect(const QString& remoteHost, qint32 remotePort) {
   mRemoteAddress.s_addr = INADDR_ANY;
   mLocalPort = 0;
   in_addr address{};
-  if (inet_pton(AF_INET, remoteHost.toLatin1().constData(), &address) == 1) {
+  const bool isText = !remoteHost.contains(QChar::Null);
+  if (isText && inet_pton(AF_INET, remoteHost.toLatin1().constData(), &address) == 1) {
     ConnectToAddresses({address});
     return;
   }

@@ -48,6 +48,7 @@ class TcpSocket : public Socket {
   void ConnectOrTell(const std::vector<in_addr>& addresses);
   void TellError(const Failure& failure);
   void TakeLocalAddress(int descriptor);
+  void TakeRemoteAddress(int descriptor);
   void Detach();
 
   Reactor& mReactor;
