@@ -5,61 +5,26 @@
 #include "engine/PortTable.h"
 #include "engine/Recorder.h"
 #include "engine/SocketPair.h"
+#include "protocols/frmProtocolPassThruPP.h"
 
 namespace veltrane {
 namespace {
 
-// What the history shows; not the name under which the store knows the protocol.
-const QString kShownName = QStringLiteral("Pass Thru");
-
 constexpr FailureTexts kTexts{
-    .localServerAcceptedConnection =
-        u"An error occurred while attempting to process the connection request from the remote client (Pass "
-        u"Through).  The operating system reports: ",
-    .localServerRejectedConnection =
-        u"An error occurred while attempting to process the rejected connection request (Pass Through).  The "
-        u"operating system reports: ",
-    .connectedToRemoteServer =
-        u"An error occurred while attempting to process the successful connection to the remote server (Pass "
-        u"Through).  The operating system reports: ",
-    .remoteServerInitiatedDisconnection =
-        u"An error occurred while attempting to process the remote server's disconnection (Pass Through).  "
-        u"The "
-        u"operating system reports: ",
-    .clientBytesReceived =
-        u"An error occurred while attempting to process the data arriving on the local client (Pass "
-        u"Through).  "
-        u"The operating system reports: ",
-    .clientBytesSent =
-        u"An error occurred while attempting to process the data sent through the local client (Pass "
-        u"Through).  "
-        u"The operating system reports: ",
-    .remoteClientInitiatedDisconnection =
-        u"An error occurred while attempting to process the remote client's disconnection (Pass Through).  "
-        u"The "
-        u"operating system reports: ",
-    .serverBytesReceived =
-        u"An error occurred while attempting to process the data arriving on the local server (Pass "
-        u"Through).  "
-        u"The operating system reports: ",
-    .serverError =
-        u"An error occurred while attempting to process the local server's error (Pass Through).  The "
-        u"operating "
-        u"system reports: ",
-    .clientError =
-        u"An error occurred while attempting to process the local client's error (Pass Through).  The "
-        u"operating "
-        u"system reports: ",
-    .serverBytesSent =
-        u"An error occurred while attempting to process the data sent through the local server (Pass "
-        u"Through).  "
-        u"The operating system reports: ",
-    .resumeClientSend =
-        u"An error occurred while attempting to process the data during the throttled send through the local "
-        u"client (Pass Through).  The operating system reports: ",
-    .resumeServerSend =
-        u"An error occurred while attempting to process the data during the throttled send through the local "
-        u"server (Pass Through).  The operating system reports: ",
+    .protocol = u"Pass Through",
+    .resumeProtocol = u"Pass Through",
+    .localServerAcceptedConnection = u"process the connection request from the remote client",
+    .localServerRejectedConnection = u"process the rejected connection request",
+    .connectedToRemoteServer = u"process the successful connection to the remote server",
+    .remoteServerInitiatedDisconnection = u"process the remote server's disconnection",
+    .clientBytesReceived = u"process the data arriving on the local client",
+    .clientBytesSent = u"process the data sent through the local client",
+    .remoteClientInitiatedDisconnection = u"process the remote client's disconnection",
+    .serverBytesReceived = u"process the data arriving on the local server",
+    .serverError = u"process the local server's error",
+    .clientError = u"process the local client's error",
+    .serverBytesSent = u"process the data sent through the local server",
+    .routeRequest = u"get the destination server and port",
 };
 
 }  // namespace
@@ -69,18 +34,20 @@ QString ProtocolPassThru::GetProtocolName() const {
 }
 
 QString ProtocolPassThru::RejectedProtocolName() const {
-  return kShownName;
+  return kPassThruShownName;
 }
 
 const FailureTexts& ProtocolPassThru::Texts() const {
   return kTexts;
 }
 
-void ProtocolPassThru::ShowProperties(qint32, Form*) {}
+void ProtocolPassThru::ShowProperties(qint32 lngPort, Form* frmParent) {
+  ShowPage<frmProtocolPassThruPP>(lngPort, frmParent);
+}
 
 void ProtocolPassThru::BeginConnection() {
   Log().LocalServerAcceptedConnection(Pair(), true, mlngWasListeningOnPort);
-  Log().GotProtocol(Pair(), kShownName);
+  Log().GotProtocol(Pair(), kPassThruShownName);
   RecordNameOfRemoteClient();
   QString server;
   qint32 port = 0;
@@ -89,15 +56,11 @@ void ProtocolPassThru::BeginConnection() {
 }
 
 bool ProtocolPassThru::GetDestinationServer(qint32 lngListeningPort, QString& strServer, qint32& lngPort) {
-  return mGeneral.Guard(
-      u"An error occurred while attempting to get the destination server and port (Pass Through).  The "
-      u"operating "
-      u"system reports: ",
-      [&] {
-        const QString section = PortSection(GetProtocolName(), lngListeningPort);
-        lngPort = ToInt32(mGeneral.mSettings.Get(section, QStringLiteral("Port"), QStringLiteral("80")));
-        strServer = mGeneral.mSettings.Get(section, QStringLiteral("Server"), kServerPlaceholder);
-      });
+  return Attempt(&FailureTexts::routeRequest, [&] {
+    const QString section = PortSection(GetProtocolName(), lngListeningPort);
+    lngPort = ToInt32(mGeneral.mSettings.Get(section, QStringLiteral("Port"), QStringLiteral("80")));
+    strServer = mGeneral.mSettings.Get(section, QStringLiteral("Server"), kServerPlaceholder);
+  });
 }
 
 }  // namespace veltrane

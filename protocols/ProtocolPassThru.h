@@ -5,6 +5,9 @@
 
 namespace veltrane {
 
+/// What the history shows; not the name under which the store knows the protocol.
+inline const QString kPassThruShownName = QStringLiteral("Pass Thru");
+
 class ProtocolPassThru : public RelayHandler {
  public:
   using RelayHandler::RelayHandler;

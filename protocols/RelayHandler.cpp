@@ -3,7 +3,7 @@
 #include <array>
 #include <utility>
 
-#include "engine/General.h"
+#include "engine/MainWindow.h"
 #include "engine/Recorder.h"
 #include "engine/SocketPair.h"
 
@@ -13,12 +13,23 @@ namespace {
 constexpr qint32 kBadState = -1;
 const QString kNotConnected = QStringLiteral("Socket not connected");
 
+constexpr const char16_t* kResumeClientSend =
+    u"process the data during the throttled send through the local client";
+constexpr const char16_t* kResumeServerSend =
+    u"process the data during the throttled send through the local server";
+
 /// Host not found, host not found but try again, connection timed out: the attempt failed, not the socket.
 bool IsFailedAttempt(qint32 errorNumber) {
   return errorNumber == 11001 || errorNumber == 11002 || errorNumber == 10060;
 }
 
 }  // namespace
+
+QString MessageText(const OperationText& text) {
+  return QStringLiteral("An error occurred while attempting to ") + QString::fromUtf16(text.what) +
+         QStringLiteral(" (") + QString::fromUtf16(text.protocol) +
+         QStringLiteral(").  The operating system reports: ");
+}
 
 const RelayHandler::Lane RelayHandler::kToServer{
     .clientToServer = true,
@@ -30,6 +41,7 @@ const RelayHandler::Lane RelayHandler::kToServer{
     .state = &SocketPair::ClientState,
     .disconnect = &SocketPair::ClientDisconnect,
     .isThrottled = &SocketPair::IsClientSendingData,
+    .isThrottleTimerDue = &SocketPair::IsClientThrottleTimerDue,
     .sendData = &SocketPair::ClientSendData,
     .disconnected = &Recorder::LocalClientDisconnected,
     .bytesBuffered = &Recorder::ClientBytesBuffered,
@@ -49,6 +61,7 @@ const RelayHandler::Lane RelayHandler::kToClient{
     .state = &SocketPair::ServerState,
     .disconnect = &SocketPair::ServerDisconnect,
     .isThrottled = &SocketPair::IsServerSendingData,
+    .isThrottleTimerDue = &SocketPair::IsServerThrottleTimerDue,
     .sendData = &SocketPair::ServerSendData,
     .disconnected = &Recorder::LocalServerDisconnected,
     .bytesBuffered = &Recorder::ServerBytesBuffered,
@@ -59,11 +72,11 @@ const RelayHandler::Lane RelayHandler::kToClient{
 };
 
 void RelayHandler::LocalServerAcceptedConnection() {
-  mGeneral.Guard(Texts().localServerAcceptedConnection, [this] { BeginConnection(); });
+  Attempt(&FailureTexts::localServerAcceptedConnection, [this] { BeginConnection(); });
 }
 
 void RelayHandler::LocalServerRejectedConnection() {
-  mGeneral.Guard(Texts().localServerRejectedConnection, [this] {
+  Attempt(&FailureTexts::localServerRejectedConnection, [this] {
     Log().LocalServerRejectedConnection(Pair(), true, mlngWasListeningOnPort);
     Log().GotProtocol(Pair(), RejectedProtocolName());
     Log().Dead(Pair());
@@ -88,16 +101,20 @@ bool RelayHandler::AttemptConnection(const QString& server, qint32 port) {
 }
 
 void RelayHandler::ConnectedToRemoteServer(const QString& strComment) {
-  mGeneral.Guard(Texts().connectedToRemoteServer, [&] {
+  Attempt(&FailureTexts::connectedToRemoteServer, [&] {
     Log().ConnectionAttemptSuccessful(Pair(), false, strComment);
-    if (!mvarClientBuffer.IsEmpty()) {
-      // The remote client spoke first.
-      mblnClientSending = true;
-      SendBuffer(kToServer);
-    } else if (mblnRemoteClientGone) {
-      FinishPair();
-    }
+    BeginRelay();
   });
+}
+
+void RelayHandler::BeginRelay() {
+  if (!mvarClientBuffer.IsEmpty()) {
+    // The remote client spoke first.
+    mblnClientSending = true;
+    SendBuffer(kToServer);
+  } else if (mblnRemoteClientGone) {
+    FinishPair();
+  }
 }
 
 void RelayHandler::FinishPair() {
@@ -108,22 +125,24 @@ void RelayHandler::FinishPair() {
 }
 
 void RelayHandler::ServerBytesReceived(const Payload& strData) {
-  mGeneral.Guard(Texts().serverBytesReceived, [&] {
+  Attempt(&FailureTexts::serverBytesReceived, [&] {
     Log().ServerBytesReceived(Pair(), strData, true);
     if (Pair().ClientInitialised()) {
-      Relay(kToServer, strData);
+      ClientSpoke(strData);
     } else {
-      Hold(kToServer, strData, false);
+      ClientSpokeEarly(strData);
     }
   });
 }
 
 // No test of ClientInitialised: data can only come from a connection that stands.
 void RelayHandler::ClientBytesReceived(const Payload& strData) {
-  mGeneral.Guard(Texts().clientBytesReceived, [&] {
-    Log().ClientBytesReceived(Pair(), strData, true);
-    Relay(kToClient, strData);
-  });
+  Attempt(&FailureTexts::clientBytesReceived, [&] { ServerSpoke(strData); });
+}
+
+void RelayHandler::ServerSpoke(const Payload& data) {
+  Log().ClientBytesReceived(Pair(), data, true);
+  Relay(kToClient, data);
 }
 
 void RelayHandler::Hold(const Lane& lane, const Payload& data, bool becauseOfDangling) {
@@ -136,16 +155,44 @@ void RelayHandler::Relay(const Lane& lane, const Payload& data) {
     Hold(lane, data, true);
   } else if ((Pair().*lane.state)() != SocketState::kConnected) {
     (this->*lane.endBadSocket)();
-  } else if (this->*lane.sending) {
+  } else if (this->*lane.sending ||
+             (!(this->*lane.buffer).IsEmpty() && !(lane.clientToServer && mLoginIsPassed))) {
+    // What waits without a run of sends is a login that waits for its server's greeting. What the client says
+    // before the server has spoken belongs behind it.
     Hold(lane, data, false);
   } else {
-    this->*lane.sending = true;
     if (lane.directSendIsPending) this->*lane.sendPending = true;
-    Payload sent;
-    // A throttled rest becomes the buffer, which is empty here.
-    const bool throttled = (Pair().*lane.sendData)(PayloadBuffer(data), sent, this->*lane.buffer);
-    (Log().*lane.sendStart)(Pair(), sent, false, throttled);
+    SendNow(lane, data);
   }
+}
+
+void RelayHandler::SendOwn(const Lane& lane, const Payload& text) {
+  if ((Pair().*lane.state)() != SocketState::kConnected) {
+    (this->*lane.endBadSocketWhileDraining)();
+  } else if (this->*lane.sending) {
+    Hold(lane, text, false);
+  } else {
+    this->*lane.sendPending = true;
+    SendNow(lane, text);
+  }
+}
+
+void RelayHandler::SendNow(const Lane& lane, const Payload& data) {
+  this->*lane.sending = true;
+  Payload sent;
+  // What the throttle keeps back goes before what the buffer may hold: a text of the proxy's own passes a
+  // dangle, or a login that waits.
+  PayloadBuffer rest;
+  const bool throttled = (Pair().*lane.sendData)(PayloadBuffer(data), sent, rest);
+  (this->*lane.buffer).Prepend(rest);
+  RecordSend(lane, sent, throttled);
+}
+
+void RelayHandler::RecordSend(const Lane& lane, const Payload& sent, bool throttled) {
+  // All still waits, because the throttle lets nothing through now or cannot be read: no completion will
+  // come, only the timer.
+  if (sent.IsEmpty() && !(this->*lane.buffer).IsEmpty()) this->*lane.sendPending = false;
+  (Log().*lane.sendStart)(Pair(), sent, false, throttled);
 }
 
 void RelayHandler::SendBuffer(const Lane& lane) {
@@ -153,7 +200,7 @@ void RelayHandler::SendBuffer(const Lane& lane) {
   PayloadBuffer& buffer = this->*lane.buffer;
   Payload sent;
   const bool throttled = (Pair().*lane.sendData)(buffer, sent, buffer);
-  (Log().*lane.sendStart)(Pair(), sent, false, throttled);
+  RecordSend(lane, sent, throttled);
 }
 
 void RelayHandler::SendPiece(const Lane& lane) {
@@ -162,16 +209,16 @@ void RelayHandler::SendPiece(const Lane& lane) {
   Payload sent;
   PayloadBuffer rest;
   const bool throttled = (Pair().*lane.sendData)(PayloadBuffer(buffer.Take(DrainPiece())), sent, rest);
-  (Log().*lane.sendStart)(Pair(), sent, false, throttled);
   buffer.Prepend(rest);
+  RecordSend(lane, sent, throttled);
 }
 
 void RelayHandler::ClientBytesSent() {
-  mGeneral.Guard(Texts().clientBytesSent, [this] { BytesSent(kToServer); });
+  Attempt(&FailureTexts::clientBytesSent, [this] { BytesSent(kToServer); });
 }
 
 void RelayHandler::ServerBytesSent() {
-  mGeneral.Guard(Texts().serverBytesSent, [this] { BytesSent(kToClient); });
+  Attempt(&FailureTexts::serverBytesSent, [this] { BytesSent(kToClient); });
 }
 
 void RelayHandler::BytesSent(const Lane& lane) {
@@ -181,9 +228,11 @@ void RelayHandler::BytesSent(const Lane& lane) {
   if (!buffer.IsEmpty() && !Pair().IsDanglingCurrentlyOn(lane.clientToServer)) {
     if ((Pair().*lane.state)() != SocketState::kConnected) {
       (this->*lane.endBadSocketWhileDraining)();
-    } else if ((Pair().*lane.isThrottled)()) {
+    } else if ((Pair().*lane.isThrottleTimerDue)()) {
       // The throttle timer goes on with the buffer.
-    } else if (buffer.Size() < DrainPiece()) {
+    } else if ((Pair().*lane.isThrottled)() || buffer.Size() < DrainPiece()) {
+      // Under a throttle whose last send was less than it allows, the whole buffer is offered: the throttle
+      // cuts it, and its timer runs again.
       SendBuffer(lane);
     } else {
       SendPiece(lane);
@@ -202,13 +251,15 @@ void RelayHandler::BytesSent(const Lane& lane) {
 
 bool RelayHandler::ResumeThrottledOrDangledClientSend(bool blnDiscardData) {
   bool result = false;
-  mGeneral.Guard(Texts().resumeClientSend, [&] { result = Resume(kToServer, blnDiscardData); });
+  mGeneral.Guard(OperationText{kResumeClientSend, Texts().resumeProtocol},
+                 [&] { result = Resume(kToServer, blnDiscardData); });
   return result;
 }
 
 bool RelayHandler::ResumeThrottledOrDangledServerSend(bool blnDiscardData) {
   bool result = false;
-  mGeneral.Guard(Texts().resumeServerSend, [&] { result = Resume(kToClient, blnDiscardData); });
+  mGeneral.Guard(OperationText{kResumeServerSend, Texts().resumeProtocol},
+                 [&] { result = Resume(kToClient, blnDiscardData); });
   return result;
 }
 
@@ -225,14 +276,17 @@ bool RelayHandler::Resume(const Lane& lane, bool discard) {
   }
   if ((Pair().*lane.state)() != SocketState::kConnected) {
     (this->*lane.endBadSocket)();
-  } else if (!(this->*lane.sendPending)) {
-    SendBuffer(lane);
+  } else {
+    // After a dangle this begins a run of sends: what arrives before it has run dry goes behind the rest, and
+    // a close waits for it.
+    this->*lane.sending = true;
+    if (!(this->*lane.sendPending)) SendBuffer(lane);
   }
   return true;
 }
 
 void RelayHandler::RemoteServerInitiatedDisconnection(const QString& strComment) {
-  mGeneral.Guard(Texts().remoteServerInitiatedDisconnection, [&] {
+  Attempt(&FailureTexts::remoteServerInitiatedDisconnection, [&] {
     if (Pair().IsDanglingCurrentlyOn(false) || mblnServerSending) {
       mblnRemoteServerGone = true;
       Pair().ClientDisconnect();
@@ -249,12 +303,14 @@ void RelayHandler::RemoteServerInitiatedDisconnection(const QString& strComment)
 }
 
 void RelayHandler::RemoteClientInitiatedDisconnection() {
-  mGeneral.Guard(Texts().remoteClientInitiatedDisconnection, [this] {
-    if (Pair().IsDanglingCurrentlyOn(true) || mblnClientSending || !Pair().ClientInitialised()) {
+  Attempt(&FailureTexts::remoteClientInitiatedDisconnection, [this] {
+    const bool owesData = Pair().IsDanglingCurrentlyOn(true) || mblnClientSending;
+    if (owesData || !Pair().ClientInitialised()) {
       // What the server side still owes, or the outcome of the attempt, finishes the pair.
       mblnRemoteClientGone = true;
       Pair().ServerDisconnect();
       Log().RemoteClientDisconnected(Pair(), false);
+      if (!owesData) ClientLeftEarly();
       return;
     }
     Pair().SetDead(true);
@@ -267,7 +323,7 @@ void RelayHandler::RemoteClientInitiatedDisconnection() {
 }
 
 void RelayHandler::ServerError(qint32 lngErrorNumber, const QString& strError) {
-  mGeneral.Guard(Texts().serverError, [&] {
+  Attempt(&FailureTexts::serverError, [&] {
     Log().ServerInBadState(Pair(), lngErrorNumber, strError, false);
     Pair().ServerDisconnect();
     Log().LocalServerDisconnected(Pair(), false);
@@ -283,12 +339,14 @@ void RelayHandler::ServerError(qint32 lngErrorNumber, const QString& strError) {
 }
 
 void RelayHandler::ClientError(qint32 lngErrorNumber, const QString& strError) {
-  mGeneral.Guard(Texts().clientError, [&] {
-    if (IsFailedAttempt(lngErrorNumber)) {
+  Attempt(&FailureTexts::clientError, [&] {
+    const bool attemptFailed = IsFailedAttempt(lngErrorNumber);
+    if (attemptFailed) {
       Log().ConnectionAttemptFailed(Pair(), false, strError, lngErrorNumber);
     } else {
       Log().ClientInBadState(Pair(), lngErrorNumber, strError, false);
     }
+    OutgoingSocketFailed(attemptFailed);
     if (Pair().ClientInitialised()) {
       Pair().ClientDisconnect();
       Log().LocalClientDisconnected(Pair(), false);
@@ -311,6 +369,11 @@ void RelayHandler::DanglingStatusChanged(bool blnDanglingOn, qint16 intDataBeing
     DisconnectIfConnected(kToClient);
     Log().Dead(Pair());
   }
+}
+
+void RelayHandler::ShowPage(Form& page, Form* frmParent) {
+  if (mGeneral.frmMain && mGeneral.frmMain->KeepOnTop()) mGeneral.SetTopMostWindow(page, true);
+  page.ShowModal(frmParent);
 }
 
 void RelayHandler::DisconnectIfConnected(const Lane& lane) {

@@ -6,27 +6,43 @@
 // period is over. Each piece goes out when both have happened, in either order.
 #pragma once
 
+#include <utility>
+
+#include "engine/General.h"
 #include "engine/ProtocolHandler.h"
 #include "engine/Socket.h"
 
 namespace veltrane {
 
-/// The text under which each operation reports its failures.
+/// What each operation was attempting when it failed, in the words of its report.
 struct FailureTexts {
-  const char16_t* localServerAcceptedConnection;
-  const char16_t* localServerRejectedConnection;
-  const char16_t* connectedToRemoteServer;
-  const char16_t* remoteServerInitiatedDisconnection;
-  const char16_t* clientBytesReceived;
-  const char16_t* clientBytesSent;
-  const char16_t* remoteClientInitiatedDisconnection;
-  const char16_t* serverBytesReceived;
-  const char16_t* serverError;
-  const char16_t* clientError;
-  const char16_t* serverBytesSent;
-  const char16_t* resumeClientSend;
-  const char16_t* resumeServerSend;
+  const char16_t* protocol = nullptr;
+  /// The protocol's name in the reports of the resumed sends.
+  const char16_t* resumeProtocol = nullptr;
+  const char16_t* localServerAcceptedConnection = nullptr;
+  const char16_t* localServerRejectedConnection = nullptr;
+  const char16_t* connectedToRemoteServer = nullptr;
+  const char16_t* remoteServerInitiatedDisconnection = nullptr;
+  const char16_t* clientBytesReceived = nullptr;
+  const char16_t* clientBytesSent = nullptr;
+  const char16_t* remoteClientInitiatedDisconnection = nullptr;
+  const char16_t* serverBytesReceived = nullptr;
+  const char16_t* serverError = nullptr;
+  const char16_t* clientError = nullptr;
+  const char16_t* serverBytesSent = nullptr;
+  const char16_t* routeRequest = nullptr;
+  // Of handlers that have texts of their own to send.
+  const char16_t* sendDataToRemoteClient = nullptr;
+  const char16_t* sendDataToRemoteServer = nullptr;
 };
+
+/// A report's text, put together only when there is something to report: "An error occurred while attempting
+/// to ", what, the protocol in brackets, and "The operating system reports: ".
+struct OperationText {
+  const char16_t* what;
+  const char16_t* protocol;
+};
+QString MessageText(const OperationText& text);
 
 class RelayHandler : public ProtocolHandler {
  public:
@@ -60,6 +76,33 @@ class RelayHandler : public ProtocolHandler {
   virtual QString RejectedProtocolName() const = 0;
   /// The greatest number of bytes taken from a buffer in one send while it drains.
   virtual qsizetype DrainPiece() const { return kDrainPiece; }
+  /// The outgoing connection stands and was recorded: sends what waits, or ends a pair whose client has left.
+  virtual void BeginRelay();
+  /// Data from the remote client that comes before the outgoing connection stands; recorded already.
+  virtual void ClientSpokeEarly(const Payload& data) { Hold(kToServer, data, false); }
+  /// Data from the remote client once the outgoing connection stands; recorded already.
+  virtual void ClientSpoke(const Payload& data) { Relay(kToServer, data); }
+  /// Data from the remote server, to be recorded here.
+  virtual void ServerSpoke(const Payload& data);
+  /// The remote client has left before the outgoing connection stood; recorded already.
+  virtual void ClientLeftEarly() {}
+  /// The outgoing socket has failed, or could not be connected at all; recorded already.
+  virtual void OutgoingSocketFailed(bool blnAttemptFailed) { Q_UNUSED(blnAttemptFailed) }
+
+  /// Shows a property page of this handler and returns when it is closed.
+  template <class Page>
+  void ShowPage(qint32 lngPort, Form* frmParent) {
+    Page page(mGeneral);
+    page.mlngPort = lngPort;
+    page.mobjParent = this;
+    ShowPage(page, frmParent);
+  }
+
+  /// Runs one operation's body; a failure in it is reported under the operation's text.
+  template <class Body>
+  bool Attempt(const char16_t* FailureTexts::*operation, Body&& body) {
+    return mGeneral.Guard(OperationText{Texts().*operation, Texts().protocol}, std::forward<Body>(body));
+  }
 
   SocketPair& Pair() const { return *mobjSocketPair; }
   Recorder& Log() const { return *mobjLogging; }
@@ -70,6 +113,9 @@ class RelayHandler : public ProtocolHandler {
   /// Sends, or holds, data that has just arrived; the connection to where it goes stands.
   void Relay(const Lane& lane, const Payload& data);
   void Hold(const Lane& lane, const Payload& data, bool becauseOfDangling);
+  /// Sends, or holds while a send is out, a text of the proxy's own or one that waited. Takes no notice of a
+  /// dangle.
+  void SendOwn(const Lane& lane, const Payload& text);
   /// Offers the whole buffer; the throttle's rest is the new buffer.
   void SendBuffer(const Lane& lane);
   void DisconnectIfConnected(const Lane& lane);
@@ -94,10 +140,16 @@ class RelayHandler : public ProtocolHandler {
   bool mblnServerSendPending = false;
   bool mblnRemoteServerGone = false;  // die as soon as the other side has what is held for it
   bool mblnRemoteClientGone = false;
+  /// A login waits for its greeting, and the server has said something else: what the client answers passes
+  /// it.
+  bool mLoginIsPassed = false;
 
  private:
+  void ShowPage(Form& page, Form* frmParent);
+  void SendNow(const Lane& lane, const Payload& data);
   void BytesSent(const Lane& lane);
   void SendPiece(const Lane& lane);
+  void RecordSend(const Lane& lane, const Payload& sent, bool throttled);
   bool Resume(const Lane& lane, bool discard);
 };
 
@@ -113,6 +165,7 @@ struct RelayHandler::Lane {
   SocketState (SocketPair::*state)() const;
   void (SocketPair::*disconnect)();
   bool (SocketPair::*isThrottled)() const;
+  bool (SocketPair::*isThrottleTimerDue)() const;
   bool (SocketPair::*sendData)(const PayloadBuffer&, Payload&, PayloadBuffer&);
   void (Recorder::*disconnected)(SocketPair&, bool);
   void (Recorder::*bytesBuffered)(SocketPair&, const Payload&, bool, bool);
