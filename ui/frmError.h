@@ -16,7 +16,7 @@ class frmError : public Form, public ErrorSink {
  public:
   explicit frmError(Desktop& desktop);
 
-  /// Failures that come before this are kept and stand in the log without a time.
+  /// To be called before anything is reported.
   void SetGeneral(General& general) { mGeneral = &general; }
 
   /// Puts the text, under the time, on top of the log and shows the window. Runs past its own failures.
@@ -25,12 +25,20 @@ class frmError : public Form, public ErrorSink {
   Label Label1{*this, QStringLiteral("Label1")};
   TextBox txtErrorMessage{*this, QStringLiteral("txtErrorMessage")};
 
+ Q_SIGNALS:
+  /// For each report, before the window shows it.
+  void Reported(const QString& text);
+
  protected:
   bool OnQueryUnload() override;
   void OnResize() override;
 
  private:
+  void Add(const QString& block);
+
   General* mGeneral = nullptr;
+  bool mReporting = false;
+  bool mReadingClock = false;
 };
 
 }  // namespace veltrane

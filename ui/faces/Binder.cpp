@@ -7,21 +7,30 @@
 #include <QComboBox>
 #include <QEvent>
 #include <QFocusEvent>
+#include <QFrame>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMouseEvent>
 #include <QPlainTextEdit>
 #include <QRadioButton>
+#include <QScrollBar>
 #include <QSignalBlocker>
+#include <QTabWidget>
 #include <QTreeView>
 
 #include <functional>
+#include <memory>
+#include <utility>
 
 #include "forms/Controls.h"
 #include "forms/Form.h"
 #include "forms/ListView.h"
+#include "forms/RichTextBox.h"
 #include "forms/TreeView.h"
+#include "forms/WindowParts.h"
+#include "ui/faces/ColourNumber.h"
+#include "ui/faces/RichTextView.h"
 #include "ui/faces/ViewBinder.h"
 
 namespace veltrane {
@@ -53,6 +62,19 @@ void Follow(const Control& control, QObject& widget, Show show) {
   QObject::connect(&control, &Control::Changed, &widget, show);
 }
 
+/// Brings the pages on which the widget stands to the front, and the focus to it. With no reason, so that the
+/// field which loses it is not taken for one that the user has left: two wrong fields would send each other
+/// the focus for ever.
+void TakeFocus(QWidget& widget) {
+  for (QWidget* page = &widget; page; page = page->parentWidget()) {
+    // Between a page and its tabs stands the stack of all pages.
+    QWidget* stack = page->parentWidget();
+    auto* tabs = stack ? qobject_cast<QTabWidget*>(stack->parentWidget()) : nullptr;
+    if (tabs && tabs->indexOf(page) >= 0) tabs->setCurrentWidget(page);
+  }
+  widget.setFocus(Qt::NoFocusReason);
+}
+
 void BindCommon(Control& control, QWidget& widget) {
   Follow(control, widget, [&control, &widget] {
     widget.setEnabled(control.Enabled());
@@ -66,7 +88,7 @@ void BindCommon(Control& control, QWidget& widget) {
   };
   place();
   QObject::connect(&control, &Control::Placed, &widget, place);
-  QObject::connect(&control, &Control::FocusAsked, &widget, [&widget] { widget.setFocus(); });
+  QObject::connect(&control, &Control::FocusAsked, &widget, [&widget] { TakeFocus(widget); });
 }
 
 template <class Widget>
@@ -81,9 +103,8 @@ void BindLabel(Label& label, QLabel& widget) {
   FollowCaption(label, widget);
   Follow(label, widget, [&label, &widget] {
     if (!label.HasBackColor()) return;
-    const Colour colour = label.BackColor();
     QPalette palette = widget.palette();
-    palette.setColor(QPalette::Window, QColor(colour & 0xff, (colour >> 8) & 0xff, (colour >> 16) & 0xff));
+    palette.setColor(QPalette::Window, ToQColor(label.BackColor()));
     widget.setPalette(palette);
     widget.setAutoFillBackground(true);
   });
@@ -113,11 +134,15 @@ void BindOptions(OptionGroup& group, QWidget& face) {
     QObject::connect(button, &QRadioButton::clicked, &group, [&group, i] { group.Select(i); });
   }
   Follow(group, *buttons, [&group, buttons] {
+    const int set = group.Selected();
+    const bool anyHasTab = set < 0 || !group.OptionEnabled(set);
     // Exclusive groups cannot show that no option is set.
     buttons->setExclusive(false);
     for (QAbstractButton* button : buttons->buttons()) {
       const int index = buttons->id(button);
-      button->setChecked(group.Value(index));
+      button->setChecked(index == set);
+      // The tab key goes to the set option, where the toolkit's own rule would take it to the first.
+      button->setFocusPolicy(anyHasTab || index == set ? Qt::StrongFocus : Qt::ClickFocus);
       button->setEnabled(group.Enabled() && group.OptionEnabled(index));
       button->setVisible(group.Visible());
     }
@@ -127,9 +152,12 @@ void BindOptions(OptionGroup& group, QWidget& face) {
 
 void WatchLostFocus(TextBox& box, QWidget& widget) {
   new EventWatch(widget, QEvent::FocusOut, [&box](QEvent& event) {
-    // Another window in front is no leaving of the field.
+    // Another window in front is no leaving of the field, nor is a focus that the logic moves.
     const Qt::FocusReason reason = static_cast<QFocusEvent&>(event).reason();
-    if (reason == Qt::ActiveWindowFocusReason || reason == Qt::PopupFocusReason) return;
+    if (reason == Qt::ActiveWindowFocusReason || reason == Qt::PopupFocusReason ||
+        reason == Qt::NoFocusReason) {
+      return;
+    }
     // After the event: what it leads to may be a message box.
     QMetaObject::invokeMethod(
         &box, [&box] { box.LeaveFocus(); }, Qt::QueuedConnection);
@@ -145,12 +173,38 @@ void BindLineEdit(TextBox& box, QLineEdit& widget) {
   WatchLostFocus(box, widget);
 }
 
+// A text that only grows at its front, as a log with the newest on top does, keeps the place and the
+// selection of who reads it, and costs only what is new.
+void FollowLog(TextBox& box, QPlainTextEdit& widget) {
+  widget.setUndoRedoEnabled(false);
+  Follow(box, widget, [&box, &widget, shown = QString()]() mutable {
+    const QString& text = box.Text();
+    if (text == shown) return;
+    if (!shown.isEmpty() && text.endsWith(shown)) {
+      const bool readsTop = !widget.textCursor().hasSelection() && widget.verticalScrollBar()->value() == 0;
+      const int linesBefore = widget.document()->lineCount();
+      QTextCursor(widget.document()).insertText(text.chopped(shown.size()));
+      if (readsTop) {
+        widget.moveCursor(QTextCursor::Start);
+      } else {
+        QScrollBar& bar = *widget.verticalScrollBar();
+        bar.setValue(bar.value() + widget.document()->lineCount() - linesBefore);
+      }
+    } else {
+      widget.setPlainText(text);
+    }
+    shown = text;
+  });
+}
+
 void BindTextEdit(TextBox& box, QPlainTextEdit& widget) {
   BindCommon(box, widget);
-  Follow(box, widget, [&box, &widget] {
-    if (widget.toPlainText() != box.Text()) widget.setPlainText(box.Text());
-  });
-  if (!widget.isReadOnly()) {
+  if (widget.isReadOnly()) {
+    FollowLog(box, widget);
+  } else {
+    Follow(box, widget, [&box, &widget] {
+      if (widget.toPlainText() != box.Text()) widget.setPlainText(box.Text());
+    });
     QObject::connect(&widget, &QPlainTextEdit::textChanged, &box,
                      [&box, &widget] { box.SetText(widget.toPlainText()); });
   }
@@ -198,17 +252,58 @@ void BindTickList(TickList& list, QListWidget& widget) {
     }
     widget.setCurrentRow(list.ListIndex());
   });
-  QObject::connect(&widget, &QListWidget::itemChanged, &list, [&list, &widget](QListWidgetItem* item) {
+  // A click of the mouse is told once: by the cursor that it moves, else by the tick, else by itself.
+  struct Hand {
+    bool told = false;
+    bool enters = false;
+  };
+  const auto hand = std::make_shared<Hand>();
+  const auto begin = [hand](QEvent&) { *hand = {}; };
+  new EventWatch(*widget.viewport(), QEvent::MouseButtonPress, begin);
+  new EventWatch(widget, QEvent::KeyPress, begin);
+  // With the focus, a list without a cursor gets one on its first row, which nobody has chosen by that.
+  new EventWatch(widget, QEvent::FocusIn,
+                 [hand, &widget](QEvent&) { hand->enters = widget.currentRow() < 0; });
+  QObject::connect(&widget, &QListWidget::currentRowChanged, &list, [&list, hand](int row) {
+    if (std::exchange(hand->enters, false) || row < 0 || row == list.ListIndex()) return;
+    hand->told = true;
+    list.SetListIndex(row);
+  });
+  QObject::connect(&widget, &QListWidget::itemChanged, &list, [&list, &widget, hand](QListWidgetItem* item) {
     const int row = widget.row(item);
     const bool ticked = item->checkState() == Qt::Checked;
-    // A tick moves the cursor to its row before it is told.
     if (list.Ticked(row) == ticked) return;
+    if (std::exchange(hand->told, true) && !ticked) {
+      // What the cursor's move has ticked, the same click must not take away.
+      const QSignalBlocker quiet(widget);
+      item->setCheckState(Qt::Checked);
+      return;
+    }
+    // A tick moves the cursor to its row before it is told.
     if (list.ListIndex() != row) list.SetListIndex(row);
     list.SetTicked(row, ticked);
   });
-  QObject::connect(&widget, &QListWidget::currentRowChanged, &list, [&list](int row) {
-    if (row >= 0 && row != list.ListIndex()) list.SetListIndex(row);
+  QObject::connect(&widget, &QListWidget::clicked, &list, [&list, hand](const QModelIndex& index) {
+    if (!std::exchange(hand->told, true) && index.row() < list.Count()) list.SetListIndex(index.row());
   });
+}
+
+void BindTabStrip(TabStrip& strip, QTabWidget& widget) {
+  BindCommon(strip, widget);
+  Follow(strip, widget, [&strip, &widget] { widget.setCurrentIndex(strip.Tab()); });
+  QObject::connect(&widget, &QTabWidget::currentChanged, &strip, [&strip](int tab) {
+    if (tab >= 0) strip.SetTab(tab);
+  });
+}
+
+void BindRichText(RichTextBox& box, RichTextView& widget) {
+  BindCommon(box, widget);
+  widget.Follow(box);
+}
+
+/// A frame is what can be switched off as a whole.
+void BindArea(Area& area, QFrame& widget) {
+  Follow(area, widget, [&area, &widget] { widget.setEnabled(area.Enabled()); });
 }
 
 void BindMenuItem(MenuItem& item, QAction& action) {
@@ -248,8 +343,10 @@ void BindControl(Control& control, QWidget& face) {
     (void)(Bind(control, face, BindLabel) || Bind(control, face, BindButton) ||
            Bind(control, face, BindCheckBox) || Bind(control, face, BindLineEdit) ||
            Bind(control, face, BindTextEdit) || Bind(control, face, BindComboBox) ||
-           Bind(control, face, BindTickList) || Bind(control, face, BindMenuItem) ||
-           Bind(control, face, BindTreeView) || Bind(control, face, BindListView));
+           Bind(control, face, BindTickList) || Bind(control, face, BindTabStrip) ||
+           Bind(control, face, BindMenuItem) || Bind(control, face, BindTreeView) ||
+           Bind(control, face, BindListView) || Bind(control, face, BindRichText) ||
+           Bind(control, face, BindArea));
   }
 }
 

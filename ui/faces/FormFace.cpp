@@ -1,10 +1,18 @@
 #include "ui/faces/FormFace.h"
 
+#include <QAbstractItemView>
+#include <QButtonGroup>
 #include <QCloseEvent>
 #include <QDateTime>
 #include <QEvent>
+#include <QGuiApplication>
+#include <QPushButton>
+#include <QTabBar>
+#include <QThread>
+#include <QToolButton>
 #include <QWindow>
 
+#include "forms/Controls.h"
 #include "ui/faces/FrameUpdate.h"
 
 namespace veltrane {
@@ -16,6 +24,17 @@ FormFace::FormFace(Form& form) : mForm(form) {
   connect(&form, &Form::GeometryChanged, this, &FormFace::FollowGeometry);
   connect(&form, &Form::StateChanged, this, &FormFace::FollowState);
   setWindowTitle(form.Caption());
+  if (form.State() == WindowState::kMinimized) setWindowState(Qt::WindowMinimized);
+}
+
+void FormFace::SetInner(QWidget& inner) {
+  mInner = &inner;
+  inner.installEventFilter(this);
+}
+
+bool FormFace::eventFilter(QObject* watched, QEvent* event) {
+  if (watched == mInner && event->type() == QEvent::Resize) TellSize();
+  return QWidget::eventFilter(watched, event);
 }
 
 void FormFace::FollowGeometry() {
@@ -23,8 +42,16 @@ void FormFace::FollowGeometry() {
   if (rect.width <= 0 || rect.height <= 0) return;
   const QSize size(rect.width / kTwipsPerPixel, rect.height / kTwipsPerPixel);
   if (this->size() != size) resize(size);
+  // The window may have limits of its own.
+  if (this->size() != size) TellSize();
   const QPoint place(rect.left / kTwipsPerPixel, rect.top / kTwipsPerPixel);
-  if (isVisible() && pos() != place) move(place);
+  if (pos() != place && (isVisible() || CanOpenAt(place))) move(place);
+}
+
+// A place of 0, 0 is the desktop's to choose, and so is one on a screen that is there no more.
+bool FormFace::CanOpenAt(QPoint place) {
+  constexpr QPoint kInTitle(40, 10);
+  return !place.isNull() && QGuiApplication::screenAt(place + kInTitle);
 }
 
 void FormFace::FollowState() {
@@ -33,11 +60,27 @@ void FormFace::FollowState() {
       showNormal();
       break;
     case WindowState::kMinimized:
-      showMinimized();
+      // Later: a window that minimises and then hides at once may come back minimised, because the window
+      // manager takes the two in any order. One that has hidden meanwhile need not minimise.
+      QMetaObject::invokeMethod(
+          this,
+          [this] {
+            if (isVisible() && mForm.State() == WindowState::kMinimized) showMinimized();
+          },
+          Qt::QueuedConnection);
       break;
     case WindowState::kMaximized:
       showMaximized();
       break;
+  }
+}
+
+void FormFace::ShowInState() {
+  if (!isVisible()) FollowGeometry();
+  if (!isVisible() && mForm.State() == WindowState::kMinimized) {
+    showMinimized();
+  } else {
+    show();
   }
 }
 
@@ -52,7 +95,9 @@ void FormFace::SetTopMost(bool topMost) {
 
 void FormFace::RepaintNow() {
   const qint64 now = QDateTime::currentMSecsSinceEpoch();
-  if (now - mLastRepaint < FrameUpdate::kFrameMs) {
+  // Before the event loop runs, nothing would carry out a repaint that is put off.
+  const bool canWait = QThread::currentThread()->loopLevel() > 0;
+  if (canWait && now - mLastRepaint < FrameUpdate::kFrameMs) {
     update();
     return;
   }
@@ -64,6 +109,53 @@ void FormFace::closeEvent(QCloseEvent* event) {
   // The form hides its face when it unloads.
   event->ignore();
   mForm.Unload();
+}
+
+void FormFace::showEvent(QShowEvent* event) {
+  QWidget::showEvent(event);
+  const CommandButton* button = mForm.DefaultButton();
+  if (event->spontaneous() || !button) return;
+  if (auto* widget = findChild<QPushButton*>(button->Name())) widget->setDefault(true);
+  FocusFirstField();
+}
+
+/// The tabs above a page are no field. Of a group of options it is the one that is set.
+void FormFace::FocusFirstField() {
+  for (QWidget* widget = nextInFocusChain(); widget != this; widget = widget->nextInFocusChain()) {
+    const auto* option = qobject_cast<QAbstractButton*>(widget);
+    QAbstractButton* chosen = option && option->group() ? option->group()->checkedButton() : nullptr;
+    QWidget& field = chosen ? *chosen : *widget;
+    if (!(field.focusPolicy() & Qt::TabFocus) || !field.isEnabled() || !field.isVisibleTo(this) ||
+        field.focusProxy() || qobject_cast<QTabBar*>(&field)) {
+      continue;
+    }
+    field.setFocus(Qt::NoFocusReason);
+    return;
+  }
+}
+
+// What the widget with the focus has left alone.
+void FormFace::keyPressEvent(QKeyEvent* event) {
+  const bool plain = !(event->modifiers() & ~Qt::KeypadModifier);
+  if (!plain || !PressByKey(event->key())) QWidget::keyPressEvent(event);
+}
+
+bool FormFace::PressByKey(int key) {
+  CommandButton* button = nullptr;
+  if (key == Qt::Key_Escape) {
+    button = mForm.CancelButton();
+  } else if (key == Qt::Key_Return || key == Qt::Key_Enter) {
+    // In a list the key means the row, and on a button that button.
+    QWidget* focus = focusWidget();
+    if (qobject_cast<QAbstractItemView*>(focus)) return false;
+    if (qobject_cast<QPushButton*>(focus) || qobject_cast<QToolButton*>(focus)) {
+      static_cast<QAbstractButton*>(focus)->click();
+      return true;
+    }
+    button = mForm.DefaultButton();
+  }
+  if (button) button->Click();
+  return button;
 }
 
 void FormFace::hideEvent(QHideEvent* event) {
@@ -84,12 +176,14 @@ void FormFace::resizeEvent(QResizeEvent* event) {
 void FormFace::TellSize() {
   mForm.FaceResized(
       {x() * kTwipsPerPixel, y() * kTwipsPerPixel, width() * kTwipsPerPixel, height() * kTwipsPerPixel},
-      width() * kTwipsPerPixel, height() * kTwipsPerPixel);
+      mInner->width() * kTwipsPerPixel, mInner->height() * kTwipsPerPixel);
 }
 
 void FormFace::changeEvent(QEvent* event) {
   QWidget::changeEvent(event);
   if (event->type() == QEvent::WindowStateChange) {
+    // Of a window that is hidden the window manager forgets the state; the user has not changed it.
+    if (!isVisible()) return;
     const bool minimized = windowState().testFlag(Qt::WindowMinimized);
     const bool maximized = windowState().testFlag(Qt::WindowMaximized);
     mForm.FaceStateChanged(minimized   ? WindowState::kMinimized

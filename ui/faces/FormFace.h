@@ -14,7 +14,11 @@ class FormFace : public QWidget {
   explicit FormFace(Form& form);
 
   Form& GetForm() const { return mForm; }
+  /// Shows the window, minimised when that is the form's state.
+  void ShowInState();
   void SetTopMost(bool topMost);
+  /// The widget whose size is that of the form's inner area, when it is not the whole window.
+  void SetInner(QWidget& inner);
   /// Draws now; called often it draws once a frame.
   void RepaintNow();
 
@@ -22,7 +26,10 @@ class FormFace : public QWidget {
   void Hidden();
 
  protected:
+  bool eventFilter(QObject* watched, QEvent* event) override;
   void closeEvent(QCloseEvent* event) override;
+  void showEvent(QShowEvent* event) override;
+  void keyPressEvent(QKeyEvent* event) override;
   void hideEvent(QHideEvent* event) override;
   void moveEvent(QMoveEvent* event) override;
   void resizeEvent(QResizeEvent* event) override;
@@ -31,9 +38,13 @@ class FormFace : public QWidget {
  private:
   void TellSize();
   void FollowGeometry();
+  static bool CanOpenAt(QPoint place);
   void FollowState();
+  void FocusFirstField();
+  bool PressByKey(int key);
 
   Form& mForm;
+  QWidget* mInner = this;
   qint64 mLastRepaint = 0;
 };
 

@@ -17,10 +17,13 @@ class FrameUpdate : public QObject {
     mTimer.setSingleShot(true);
     mTimer.setInterval(kFrameMs);
     connect(&mTimer, &QTimer::timeout, this, [this] { mUpdate(); });
-    connect(&control, &Control::Changed, this, [this] {
-      if (!mTimer.isActive()) mTimer.start();
-    });
+    connect(&control, &Control::Changed, this, [this] { Ask(); });
     mUpdate();
+  }
+
+  /// Runs update within a frame.
+  void Ask() {
+    if (!mTimer.isActive()) mTimer.start();
   }
 
   static constexpr int kFrameMs = 16;

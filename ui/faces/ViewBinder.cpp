@@ -1,6 +1,7 @@
 #include "ui/faces/ViewBinder.h"
 
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QTreeView>
 
@@ -8,6 +9,7 @@
 #include "forms/ListModel.h"
 #include "forms/TreeModel.h"
 #include "ui/faces/FrameUpdate.h"
+#include "ui/faces/PictureDelegate.h"
 
 namespace veltrane {
 namespace {
@@ -40,6 +42,14 @@ class HandWatch : public QObject {
   bool mPressed = false;
 };
 
+int KeyOf(const QEvent& event) {
+  return event.type() == QEvent::KeyPress ? static_cast<const QKeyEvent&>(event).key() : 0;
+}
+
+bool IsEnter(const QEvent& event) {
+  return KeyOf(event) == Qt::Key_Return || KeyOf(event) == Qt::Key_Enter;
+}
+
 /// Shows a TreeView. Lives as long as the widget.
 class TreeBinding : public QObject {
  public:
@@ -48,16 +58,52 @@ class TreeBinding : public QObject {
     view.setModel(&mModel);
     view.setHeaderHidden(true);
     view.setUniformRowHeights(true);
+    view.setItemDelegate(new PictureDelegate(&view));
+    // The logic decides what a double click opens.
+    view.setExpandsOnDoubleClick(false);
+    view.installEventFilter(this);
+    view.viewport()->installEventFilter(this);
     connect(&view, &QTreeView::expanded, this, [this](const QModelIndex& index) { Expanded(index, true); });
     connect(&view, &QTreeView::collapsed, this, [this](const QModelIndex& index) { Expanded(index, false); });
     connect(&view, &QTreeView::clicked, this, [this](const QModelIndex& index) { Clicked(index); });
     connect(&view, &QTreeView::doubleClicked, this, [this] { mTree.DoubleClick(); });
     connect(view.selectionModel(), &QItemSelectionModel::currentChanged, this,
             [this](const QModelIndex& current) { CurrentChanged(current); });
+    connect(view.selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] { SetBack(); });
     mUpdate = new FrameUpdate(tree, this, [this] { Update(); });
   }
 
+ protected:
+  bool eventFilter(QObject*, QEvent* event) override {
+    if (IsEnter(*event)) mTree.DoubleClick();
+    if (event->type() == QEvent::MouseButtonPress) return RightPress(static_cast<QMouseEvent&>(*event));
+    if (event->type() == QEvent::ContextMenu) return ContextMenu(static_cast<QContextMenuEvent&>(*event));
+    return false;
+  }
+
  private:
+  // The view itself would take a right press for a choice.
+  bool RightPress(const QMouseEvent& event) {
+    if (event.button() != Qt::RightButton) return false;
+    mView.setFocus(Qt::MouseFocusReason);
+    TellMouseDown(mView.indexAt(event.pos()), mView.viewport()->mapTo(&mView, event.pos()));
+    return true;
+  }
+
+  // The mouse's own came with the press; the key's stands at the chosen node.
+  bool ContextMenu(const QContextMenuEvent& event) {
+    const QModelIndex current = mView.currentIndex();
+    if (event.reason() == QContextMenuEvent::Keyboard && current.isValid()) {
+      const QPoint place = mView.visualRect(current).bottomLeft();
+      TellMouseDown(current, mView.viewport()->mapTo(&mView, place));
+    }
+    return true;
+  }
+
+  void TellMouseDown(const QModelIndex& index, const QPoint& place) {
+    mTree.MouseDown(mModel.NodeAt(index), true, place.x() * kTwipsPerPixel, place.y() * kTwipsPerPixel);
+  }
+
   void Update() {
     mUpdating = true;
     mModel.Publish();
@@ -65,20 +111,32 @@ class TreeBinding : public QObject {
         [this](const QModelIndex& index, bool expanded) { mView.setExpanded(index, expanded); });
     if (const TreeNode* selected = mTree.SelectedItem()) {
       const QModelIndex index = mModel.IndexOf(*selected);
-      if (index.isValid() && index != mView.currentIndex()) mView.setCurrentIndex(index);
+      const bool marked = index == mView.currentIndex() && mView.selectionModel()->isSelected(index);
+      if (index.isValid() && !marked) mView.setCurrentIndex(index);
     }
     mUpdating = false;
   }
 
   void Expanded(const QModelIndex& index, bool expanded) {
-    TreeNode* node = mModel.NodeAt(index);
-    if (!mUpdating && node) node->SetExpanded(expanded);
+    if (mUpdating) return;
+    mModel.TakeExpansion(index, expanded);
+    if (TreeNode* node = mModel.NodeAt(index)) mTree.FoldByHand(*node, expanded);
   }
 
   // A hand's choice arrives as a change of the current row, or as a click alone when the row was current
   // before.
   void CurrentChanged(const QModelIndex& current) {
-    if (!mUpdating && mHand.IsAtWork() && mHand.TakePress()) Choose(current);
+    if (mUpdating) return;
+    if (mHand.IsAtWork() && mHand.TakePress()) {
+      Choose(current);
+    } else {
+      SetBack();
+    }
+  }
+
+  // What the view marks without a choice, as when the mouse is dragged over rows, does not stay.
+  void SetBack() {
+    if (!mUpdating) mUpdate->Ask();
   }
 
   void Clicked(const QModelIndex& index) {
@@ -107,18 +165,34 @@ class ListBinding : public QObject {
     view.setUniformRowHeights(true);
     view.setAllColumnsShowFocus(true);
     view.header()->setSectionsClickable(true);
-    view.header()->setStretchLastSection(false);
+    // A list that is designed so fills its width with its last column; others keep the widths they are given.
+    view.header()->setStretchLastSection(view.property("stretchLastColumn").toBool());
+
+    view.header()->setSectionsMovable(false);
+    view.header()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+    view.setItemDelegate(new PictureDelegate(&view));
+    view.setExpandsOnDoubleClick(false);
+    view.installEventFilter(this);
     connect(view.header(), &QHeaderView::sectionClicked, this,
             [this](int section) { mList.ClickColumn(section + 1); });
     connect(&mModel, &QAbstractItemModel::modelReset, this, [this] { TakeWidths(); });
     connect(view.selectionModel(), &QItemSelectionModel::currentChanged, this,
-            [this](const QModelIndex& current) {
-              ListItem* item = mModel.ItemAt(current);
-              if (!mUpdating && item && mHand.IsAtWork()) mList.ClickItem(*item);
-            });
+            [this](const QModelIndex& current) { CurrentChanged(current); });
+    connect(view.selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] { SetBack(); });
+    // A click on the row that was current before.
+    connect(&view, &QTreeView::clicked, this, [this](const QModelIndex& index) {
+      if (mHand.TakePress()) Choose(index);
+    });
     connect(&view, &QTreeView::doubleClicked, this, [this] { mList.DoubleClick(); });
     TakeWidths();
     mUpdate = new FrameUpdate(list, this, [this] { Update(); });
+  }
+
+ protected:
+  bool eventFilter(QObject*, QEvent* event) override {
+    if (IsEnter(*event) || KeyOf(*event) == Qt::Key_Space) ChooseCurrent();
+    if (IsEnter(*event)) mList.DoubleClick();
+    return false;
   }
 
  private:
@@ -127,11 +201,42 @@ class ListBinding : public QObject {
     mModel.Publish();
     const ListItem* selected = mList.SelectedItem();
     const QModelIndex index = selected ? mModel.IndexOf(*selected) : QModelIndex();
-    if (index.row() != mView.currentIndex().row()) mView.setCurrentIndex(index);
+    if (!IsMarked(index)) mView.setCurrentIndex(index);
     mView.header()->setSortIndicatorShown(mList.Sorted());
     mView.header()->setSortIndicator(mList.SortKey(),
                                      mList.SortOrder() == 0 ? Qt::AscendingOrder : Qt::DescendingOrder);
     mUpdating = false;
+  }
+
+  // While nothing is chosen, the row that the focus stands on may stay: it is not marked.
+  bool IsMarked(const QModelIndex& index) const {
+    const QItemSelectionModel& marks = *mView.selectionModel();
+    if (!index.isValid()) return !marks.hasSelection();
+    return index.row() == mView.currentIndex().row() && marks.isSelected(index);
+  }
+
+  void CurrentChanged(const QModelIndex& current) {
+    if (mUpdating) return;
+    if (mHand.IsAtWork() && mHand.TakePress()) {
+      Choose(current);
+    } else {
+      SetBack();
+    }
+  }
+
+  // What the view marks without a choice, as when the mouse is dragged over rows, does not stay.
+  void SetBack() {
+    if (!mUpdating) mUpdate->Ask();
+  }
+
+  // The focus alone makes a row current; it is not chosen by that, and an arrow leads away from it.
+  void ChooseCurrent() {
+    const ListItem* item = mModel.ItemAt(mView.currentIndex());
+    if (item && item != mList.SelectedItem()) Choose(mView.currentIndex());
+  }
+
+  void Choose(const QModelIndex& index) {
+    if (ListItem* item = mModel.ItemAt(index)) mList.ClickItem(*item);
   }
 
   void TakeWidths() {

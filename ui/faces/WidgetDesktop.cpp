@@ -3,20 +3,26 @@
 #include <QApplication>
 #include <QColorDialog>
 #include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QDesktopServices>
 #include <QEventLoop>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QMessageBox>
+#include <QThread>
 #include <QUrl>
 #include <QWindow>
 
+#include "base/Failure.h"
 #include "forms/Form.h"
+#include "ui/faces/ColourNumber.h"
 #include "ui/faces/Faces.h"
 #include "ui/faces/FormFace.h"
 
 namespace veltrane {
 namespace {
+
+constexpr std::chrono::milliseconds kLongestWaitForScreen{300};
 
 QMessageBox::Icon IconOf(BoxIcon icon) {
   switch (icon) {
@@ -28,6 +34,15 @@ QMessageBox::Icon IconOf(BoxIcon icon) {
       break;
   }
   return QMessageBox::Information;
+}
+
+// Before the window comes up: its manager is told then whom it belongs to, and only of dialogs. A dialog that
+// belongs to nobody would be kept above all windows of the program.
+void SetOwner(FormFace& face, const FormFace* owner) {
+  if (!owner && face.windowType() != Qt::Dialog) return;
+  face.setWindowFlags((face.windowFlags() & ~Qt::WindowType_Mask) | (owner ? Qt::Dialog : Qt::Window));
+  face.winId();
+  face.windowHandle()->setTransientParent(owner ? owner->windowHandle() : nullptr);
 }
 
 }  // namespace
@@ -53,9 +68,14 @@ void WidgetDesktop::ShowForm(Form& form, bool modal, Form* owner) {
   FormFace* face = Face(form);
   if (!face) return;
   const FormFace* ownerFace = owner ? FaceOf(*owner) : nullptr;
-  face->setWindowModality(modal ? Qt::ApplicationModal : Qt::NonModal);
-  face->show();
-  if (ownerFace && face->windowHandle()) face->windowHandle()->setTransientParent(ownerFace->windowHandle());
+  face->setWindowModality(modal ? Qt::ApplicationModal : form.BlocksOwner() ? Qt::WindowModal : Qt::NonModal);
+  if (!face->isVisible()) SetOwner(*face, ownerFace);
+  if (face->isVisible()) {
+    // A window that is shown again is one that the user shall see.
+    if (face->isMinimized()) face->showNormal();
+    face->raise();
+  }
+  face->ShowInState();
   if (!modal) return;
   QEventLoop loop;
   QObject::connect(face, &FormFace::Hidden, &loop, &QEventLoop::quit);
@@ -72,7 +92,10 @@ void WidgetDesktop::ForgetForm(Form& form) {
 }
 
 void WidgetDesktop::RepaintForm(Form& form) {
-  if (FormFace* face = FaceOf(form)) face->RepaintNow();
+  FormFace* face = FaceOf(form);
+  if (!face) return;
+  WaitForScreen(*face);
+  face->RepaintNow();
 }
 
 void WidgetDesktop::BringToFront(Form& form) {
@@ -84,6 +107,17 @@ void WidgetDesktop::BringToFront(Form& form) {
 
 void WidgetDesktop::SetTopMost(Form& form, bool topMost) {
   if (FormFace* face = Face(form)) face->SetTopMost(topMost);
+}
+
+// Before the event loop runs, nothing tells a new window that it stands on the screen, and so nothing of it
+// is drawn. Neither sockets nor the user are served here.
+void WidgetDesktop::WaitForScreen(const FormFace& face) {
+  if (QThread::currentThread()->loopLevel() > 0 || !face.isVisible() || !face.windowHandle()) return;
+  const QDeadlineTimer end(kLongestWaitForScreen);
+  while (!face.windowHandle()->isExposed() && !end.hasExpired()) {
+    QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents | QEventLoop::ExcludeSocketNotifiers);
+    QThread::msleep(1);
+  }
 }
 
 BoxAnswer WidgetDesktop::Ask(const MessageBox& box) {
@@ -100,26 +134,41 @@ BoxAnswer WidgetDesktop::Ask(const MessageBox& box) {
 }
 
 std::optional<QString> WidgetDesktop::AskForFile(const FileBox& box) {
+  while (true) {
+    const std::optional<QString> path = AskOnceForFile(box);
+    const QString folder = path ? QFileInfo(*path).absolutePath() : QString();
+    if (!path || !box.folderMustExist || QFileInfo(folder).isDir()) return path;
+    Ask({QStringLiteral("The folder ") + folder + QStringLiteral(" does not exist. Choose one that does."),
+         BoxIcon::kExclamation, BoxButtons::kOk, box.title});
+  }
+}
+
+std::optional<QString> WidgetDesktop::AskOnceForFile(const FileBox& box) {
   QWidget* parent = QApplication::activeWindow();
+  // A name without a dot is a file, too.
+  const QString filter = box.filter == u"*.*" ? QStringLiteral("*") : box.filter;
   const QString path = box.forSaving
-                           ? QFileDialog::getSaveFileName(parent, box.title, box.path, box.filter, nullptr,
+                           ? QFileDialog::getSaveFileName(parent, box.title, box.path, filter, nullptr,
                                                           QFileDialog::DontConfirmOverwrite)
-                           : QFileDialog::getOpenFileName(parent, box.title, box.path, box.filter);
+                           : QFileDialog::getOpenFileName(parent, box.title, box.path, filter);
   if (path.isEmpty()) return std::nullopt;
   return path;
 }
 
 std::optional<Colour> WidgetDesktop::AskForColour(Colour start) {
-  const QColor before(static_cast<int>(start & 0xff), static_cast<int>((start >> 8) & 0xff),
-                      static_cast<int>((start >> 16) & 0xff));
-  const QColor chosen = QColorDialog::getColor(before, QApplication::activeWindow());
+  const QColor chosen = QColorDialog::getColor(ToQColor(start), QApplication::activeWindow());
   if (!chosen.isValid()) return std::nullopt;
-  return static_cast<Colour>(chosen.red() | chosen.green() << 8 | chosen.blue() << 16);
+  return ToColour(chosen);
 }
 
 void WidgetDesktop::OpenDocument(const QString& address) {
-  const QUrl url = QFileInfo::exists(address) ? QUrl::fromLocalFile(address) : QUrl(address);
-  QDesktopServices::openUrl(url);
+  const QFileInfo file(address);
+  const QUrl url = file.exists() ? QUrl::fromLocalFile(file.absoluteFilePath()) : QUrl(address);
+  if (!file.exists() && url.scheme().isEmpty()) throw Failure(FailureNumber::kFileNotFound);
+  if (!QDesktopServices::openUrl(url)) {
+    throw Failure(FailureNumber::kBadArgument,
+                  QStringLiteral("The desktop has no program that opens ") + address);
+  }
 }
 
 void WidgetDesktop::DoEvents() {

@@ -36,6 +36,8 @@ class WidgetDesktop : public Desktop {
 
  private:
   FormFace* Face(Form& form);
+  static void WaitForScreen(const FormFace& face);
+  static std::optional<QString> AskOnceForFile(const FileBox& box);
 
   QHash<const Form*, FormFace*> mFaces;
 };
