@@ -1,50 +1,70 @@
 #include "app/Application.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
 #include <QStandardPaths>
 
-#include "engine/FailureSchedule.h"
+#include "app/Terminal.h"
 #include "protocols/ProtocolTable.h"
 
 namespace veltrane {
 namespace {
+
+/// Of the build: CMakeLists.txt has it.
+constexpr ProductVersion kVersion{VELTRANE_VERSION_MAJOR, VELTRANE_VERSION_MINOR, VELTRANE_VERSION_REVISION};
 
 QString StoreFolder() {
   return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
          QStringLiteral("/Veltrane");
 }
 
-/// The schedule of a program without a failure window: nothing is planned.
-class NoFailures : public FailureSchedule {
- public:
-  bool ShouldConnectionRequestBeRefused() override { return false; }
-  bool ShouldConnectionBeTerminated(qint32&, QString) override { return false; }
-  bool ShouldConnectionBeDangled(qint32&, qint32&, qint16&, QString&) override { return false; }
-  bool IsThrottlingNeeded(bool, qint64, qint64&, qint32&) override { return false; }
-  int optDangleClose() const override { return 1; }
-  int optGracefulTermination() const override { return 0; }
-};
+/// Where the desktop looks for what it starts with the user's session.
+QString AutostartFolder() {
+  return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
+         QStringLiteral("/autostart");
+}
+
+QString WriteFolder() {
+  const QString program = QCoreApplication::applicationDirPath();
+  if (QFileInfo(program).isWritable()) return program;
+  return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + QStringLiteral("/Veltrane");
+}
 
 }  // namespace
 
 Application::Application()
-    : mInstance(StoreFolder()),
-      mStore(std::make_unique<SqliteSettingsStore>(StoreFolder() + QStringLiteral("/settings.db"), mClock,
-                                                   mError)),
-      mGeneral({*mStore, mReactor, mTimers, mClock, mRandom, mDesktop, mError,
-                QCoreApplication::applicationDirPath()},
+    : mStore(StoreFolder() + QStringLiteral("/settings.db"), mClock, mError),
+      mGeneral({mStore, mReactor, mTimers, mClock, mRandom, mDesktop, mError,
+                QCoreApplication::applicationDirPath(), WriteFolder()},
                AllProtocols()),
-      mSchedule(std::make_unique<NoFailures>()),
+      mSplash(mDesktop, kVersion),
+      mOptions(mGeneral, mMain, mSysTray, AutostartFolder()),
+      mAbout(mGeneral, kVersion),
       mDriver(mReactor, mTimers, mClock, [this](const Failure& failure) { Escaped(failure); }),
       mSignals([this] { EndSession(); }) {
   mError.SetGeneral(mGeneral);
+  // Whoever started the program from a terminal, or reads the session's journal, sees the reports there too.
+  QObject::connect(&mError, &frmError::Reported,
+                   [](const QString& text) { TellTerminal(QStringLiteral("Veltrane: ") + text); });
   mGeneral.frmMain = &mMain;
-  mGeneral.frmProblemSimulation = mSchedule.get();
-  mMain.SetSurroundings({{&mError, &mConfigure}, [this] {
-                           mEnded = true;
-                           // Not quit: that does nothing while only the loop of a modal box runs.
-                           QCoreApplication::exit();
-                         }});
+  mLogging.SetSurroundings({&mMain, &mRealTimeData, &mOptions, &mSysTray, &mRealTimeLogging});
+  mGeneral.frmProblemSimulation = &mProblemSimulation;
+  mMain.SetSurroundings({.frmError = &mError,
+                         .frmEventDetails = &mEventDetails,
+                         .frmConfigure = &mConfigure,
+                         .frmOptions = &mOptions,
+                         .frmPort = &mPort,
+                         .frmRealTimeData = &mRealTimeData,
+                         .frmSysTray = &mSysTray,
+                         .frmSaveHistory = &mSaveHistory,
+                         .frmAbout = &mAbout,
+                         .frmProblemSimulation = &mProblemSimulation,
+                         .frmRealTimeLogging = &mRealTimeLogging,
+                         .eventDetails = &mEventDetails,
+                         .portConfiguration = &mConfigure,
+                         .drainRealTimeData = [this] { mDrain.Drain(); },
+                         .hasTray = [this] { return mSysTray.HasIcon(); },
+                         .endProgram = [this] { EndProgram(); }});
 }
 
 Application::~Application() = default;
@@ -56,13 +76,23 @@ int Application::Run(const QStringList& commandLine) {
   return mEnded ? 0 : QCoreApplication::exec();
 }
 
+// The end of the program takes the windows that the main window's shut-down leaves.
+void Application::EndProgram() {
+  PastFailures([this] { mSaveHistory.Unload(); });
+  PastFailures([this] { mProblemSimulation.Unload(); });
+  PastFailures([this] { mRealTimeLogging.Unload(); });
+  mEnded = true;
+  // Not quit: that does nothing while only the loop of a modal box runs.
+  QCoreApplication::exit();
+}
+
 void Application::Escaped(const Failure& failure) {
   ReportFailure(mError, QStringLiteral("An unexpected failure occurred.  The operating system reports: "),
                 failure);
 }
 
 bool Application::IsAnotherInstanceRunning() {
-  return !mInstance.IsFirst();
+  return !mInstance.emplace(StoreFolder()).IsFirst();
 }
 
 QList<ProtocolHandlerRef> Application::CreateProtocols() {

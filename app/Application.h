@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 
 #include "app/SingleInstance.h"
 #include "app/TerminationSignals.h"
@@ -13,10 +14,23 @@
 #include "engine/SqliteSettingsStore.h"
 #include "engine/net/Reactor.h"
 #include "engine/net/ReactorDriver.h"
+#include "failure/frmProblemSimulation.h"
 #include "history/Logging.h"
+#include "history/frmRealTimeLogging.h"
+#include "reports/frmSaveHistory.h"
+#include "ui/RealTimeDrain.h"
+#include "ui/faces/TrayIcon.h"
 #include "ui/faces/WidgetDesktop.h"
+#include "ui/frmAbout.h"
+#include "ui/frmConfigure.h"
 #include "ui/frmError.h"
+#include "ui/frmEventDetails.h"
 #include "ui/frmMain.h"
+#include "ui/frmOptions.h"
+#include "ui/frmPort.h"
+#include "ui/frmRealTimeData.h"
+#include "ui/frmSplash.h"
+#include "ui/frmSysTray.h"
 
 namespace veltrane {
 
@@ -41,24 +55,35 @@ class Application : public StartUp {
   Form& ErrorForm() override { return mError; }
   Form& ProblemSimulationForm() override { return mProblemSimulation; }
   Form& RealTimeLoggingForm() override { return mRealTimeLogging; }
+  frmSaveHistory& SaveHistoryForm() { return mSaveHistory; }
 
  private:
+  void EndProgram();
+
   SystemClock mClock;
   SystemRandomGenerator mRandom;
   TimerQueue mTimers{mClock};
   WidgetDesktop mDesktop;
   frmError mError{mDesktop};
-  SingleInstance mInstance;
-  std::unique_ptr<SqliteSettingsStore> mStore;
+  std::optional<SingleInstance> mInstance;
+  SqliteSettingsStore mStore;
   Reactor mReactor{mClock, mTimers};
   General mGeneral;
   Logging mLogging{mGeneral};
-  std::unique_ptr<FailureSchedule> mSchedule;
-  Form mSplash{mDesktop, QStringLiteral("frmSplash")};
-  Form mConfigure{mDesktop, QStringLiteral("frmConfigure")};
-  Form mProblemSimulation{mDesktop, QStringLiteral("frmProblemSimulation")};
-  Form mRealTimeLogging{mDesktop, QStringLiteral("frmRealTimeLogging")};
-  frmMain mMain{mGeneral, mLogging, mError};
+  frmSplash mSplash;
+  frmMain mMain{mGeneral, mLogging};
+  frmRealTimeData mRealTimeData{mGeneral, mMain};
+  RealTimeDrain mDrain{mLogging, mRealTimeData, mMain.txtRealTime, mMain.tmrRealTimeData};
+  frmEventDetails mEventDetails{mGeneral, mMain};
+  frmPort mPort{mGeneral};
+  frmConfigure mConfigure{mGeneral, mMain, mPort};
+  TrayIcon mTrayIcon;
+  frmSysTray mSysTray{mGeneral, mMain, mTrayIcon, {mConfigure, mError}};
+  frmOptions mOptions;
+  frmRealTimeLogging mRealTimeLogging{mGeneral, mMain};
+  frmProblemSimulation mProblemSimulation{mGeneral, mMain};
+  frmSaveHistory mSaveHistory{mGeneral, mLogging, mMain};
+  frmAbout mAbout;
   ReactorDriver mDriver;
   TerminationSignals mSignals;
   bool mEnded = false;

@@ -17,6 +17,10 @@ SingleInstance::SingleInstance(const QString& folder) {
   }
   const QByteArray path = QFile::encodeName(folder + QStringLiteral("/instance.lock"));
   mDescriptor = ::open(path.constData(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
+  // In a folder that cannot be written, the folder itself is locked.
+  if (mDescriptor < 0) {
+    mDescriptor = ::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  }
   if (mDescriptor >= 0 && ::flock(mDescriptor, LOCK_EX | LOCK_NB) != 0) mFirst = errno != EWOULDBLOCK;
 }
 

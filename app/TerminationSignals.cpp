@@ -1,6 +1,7 @@
 #include "app/TerminationSignals.h"
 
 #include <csignal>
+#include <pthread.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
@@ -20,6 +21,16 @@ sigset_t EndingSignals() {
 void TerminationSignals::Block() {
   const sigset_t set = EndingSignals();
   sigprocmask(SIG_BLOCK, &set, nullptr);
+  std::signal(SIGXFSZ, SIG_IGN);
+  // Standard error may be a pipe whose reader is gone.
+  std::signal(SIGPIPE, SIG_IGN);
+  // A program that this one opens, an editor say, is to be ended like any other.
+  pthread_atfork(nullptr, nullptr, [] {
+    const sigset_t ending = EndingSignals();
+    sigprocmask(SIG_UNBLOCK, &ending, nullptr);
+    std::signal(SIGXFSZ, SIG_DFL);
+    std::signal(SIGPIPE, SIG_DFL);
+  });
 }
 
 TerminationSignals::TerminationSignals(std::function<void()> onSignal) {

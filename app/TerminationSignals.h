@@ -10,7 +10,9 @@ namespace veltrane {
 
 class TerminationSignals {
  public:
-  /// To be called before any thread starts, so that all of them leave the signals to the event loop.
+  /// To be called before any thread starts, so that all of them leave the signals to the event loop. A write
+  /// over the user's limit of file sizes from then on is a failure of that write, and not the end of the
+  /// program.
   static void Block();
 
   explicit TerminationSignals(std::function<void()> onSignal);

@@ -1,16 +1,27 @@
 #include <QApplication>
-#include <QSessionManager>
+#include <QEvent>
 
 #include "app/Application.h"
+#include "app/Terminal.h"
+#include "ui/faces/Pictures.h"
 
 namespace {
 
-/// Catches what an event procedure lets out; Qt's loop itself lets nothing through.
+/// Catches what an event procedure lets out, Qt's loop itself lets nothing through; and takes the end of the
+/// desktop's session for what it is.
 class VeltraneApplication : public QApplication {
  public:
   using QApplication::QApplication;
 
   veltrane::Application* mApplication = nullptr;
+
+  bool event(QEvent* event) override {
+    if (event->type() != QEvent::Quit || !mApplication) return QApplication::event(event);
+    // The same shut-down as File, Exit. It comes when the session really ends; one that the user called off
+    // leaves the program as it is.
+    mApplication->EndSession();
+    return true;
+  }
 
   bool notify(QObject* receiver, QEvent* event) override {
     try {
@@ -26,15 +37,21 @@ class VeltraneApplication : public QApplication {
 
 int main(int argc, char* argv[]) {
   veltrane::TerminationSignals::Block();
+  // The toolkit's own words, which it would wait to get rid of.
+  qInstallMessageHandler(
+      [](QtMsgType, const QMessageLogContext&, const QString& text) { veltrane::TellTerminal(text); });
   QApplication::setApplicationName(QStringLiteral("Veltrane"));
   QApplication::setQuitOnLastWindowClosed(false);
-  VeltraneApplication qt(argc, argv);
+  QStringList commandLine;
+  for (int i = 1; i < argc; ++i)
+    commandLine.append(QString::fromLocal8Bit(argv[i]));
+  // Qt would take some words for itself; this program accepts none.
+  int nameOnly = 1;
+  VeltraneApplication qt(nameOnly, argv);
+  QApplication::setWindowIcon(veltrane::Picture(QStringLiteral("Veltrane")));
   veltrane::Application application;
   qt.mApplication = &application;
-  // The end of the desktop's session is the same shut-down as File, Exit.
-  QObject::connect(&qt, &QGuiApplication::commitDataRequest, &qt,
-                   [&application](QSessionManager&) { application.EndSession(); });
-  const int result = application.Run(QApplication::arguments().mid(1));
+  const int result = application.Run(commandLine);
   qt.mApplication = nullptr;
   return result;
 }
