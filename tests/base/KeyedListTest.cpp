@@ -78,6 +78,18 @@ TEST(KeyedList, Positions_hold_after_many_removals_anywhere) {
   }
 }
 
+TEST(KeyedList, An_item_stays_where_it_is_while_others_come_and_go) {
+  KeyedList<int> list = Filled(1000);
+  int* const item = list.Find(Key(500));
+  for (int i = 1; i <= 1000; i += 3) {
+    if (i != 500) list.Remove(Key(i));
+  }
+  for (int i = 1001; i <= 2000; ++i)
+    list.Add(i * 10, Key(i));
+  EXPECT_EQ(list.Find(Key(500)), item);
+  EXPECT_EQ(*item, 5000);
+}
+
 TEST(KeyedList, Clear_frees_the_keys) {
   KeyedList<int> list = Filled(3);
   list.Clear();

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <limits>
 
 #include "base/Failure.h"
 #include "base/Numbers.h"
@@ -60,6 +61,14 @@ TEST(Numbers, A_number_beyond_a_double_overflows) {
   EXPECT_TRUE(IsNumeric(u"1e400"));
   EXPECT_EQ(FailureOf([] { (void)ToDouble(u"1e400"); }), 6);
   EXPECT_EQ(ToDouble(u"1e-400"), 0);
+}
+
+TEST(Numbers, For_who_only_compares_a_number_beyond_a_double_is_infinite) {
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  EXPECT_EQ(ToDoubleOrInfinity(u" 1e400 "), kInfinity);
+  EXPECT_EQ(ToDoubleOrInfinity(u"-1e400"), -kInfinity);
+  EXPECT_EQ(ToDoubleOrInfinity(u"1.5"), 1.5);
+  EXPECT_EQ(FailureOf([] { (void)ToDoubleOrInfinity(u"inf"); }), 13);
 }
 
 TEST(Numbers, What_is_not_numeric_is_a_type_mismatch) {

@@ -13,59 +13,14 @@ import threading
 import time
 import unittest
 
+import servers
 import veltrane
 from veltrane import Veltrane, free_port, sha, wait_for
 
 HUNDRED_MB = 100 * 1000 * 1000
 
 
-class WebServer:
-    """nginx on a private port and folder; takes uploads by PUT."""
-
-    def __init__(self):
-        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="veltrane-web-"))
-        self.port = free_port()
-        for name in ("www", "tmp", "up"):
-            (self.folder / name).mkdir()
-        config = self.folder / "nginx.conf"
-        config.write_text(
-            f"""
-daemon off;
-worker_processes 1;
-pid {self.folder}/nginx.pid;
-error_log {self.folder}/error.log;
-{"user root;" if os.geteuid() == 0 else ""}
-events {{ worker_connections 2000; }}
-http {{
-  access_log off;
-  client_max_body_size 0;
-  client_body_temp_path {self.folder}/tmp;
-  proxy_temp_path {self.folder}/tmp/p;
-  fastcgi_temp_path {self.folder}/tmp/f;
-  uwsgi_temp_path {self.folder}/tmp/u;
-  scgi_temp_path {self.folder}/tmp/s;
-  server {{
-    listen 127.0.0.1:{self.port};
-    location / {{ root {self.folder}/www; }}
-    location /up/ {{ root {self.folder}; client_body_in_file_only on; proxy_pass http://127.0.0.1:{self.port}/done; proxy_pass_request_body off; proxy_set_header Content-Length 0; }}
-    location /done {{ return 200 "done\\n"; }}
-  }}
-}}
-"""
-        )
-        self.process = subprocess.Popen([veltrane.which("nginx"), "-c", str(config), "-p", str(self.folder)])
-        wait_for(lambda: veltrane.listens(self.port), 10, "nginx")
-
-    def uploaded(self):
-        return [path for path in (self.folder / "tmp").iterdir() if path.is_file()]
-
-    def close(self):
-        self.process.terminate()
-        self.process.wait()
-        subprocess.run(["rm", "-rf", str(self.folder)], check=True)
-
-
-class Relay(unittest.TestCase):
+class Relay(veltrane.ProgramTest):
     def relay_to(self, port, count=1):
         """The program with ports that lead to the server's port."""
         run = Veltrane()
@@ -76,17 +31,12 @@ class Relay(unittest.TestCase):
         run.start(listening=ports)
         return run, ports[0] if count == 1 else ports
 
-    def expect_quiet(self, run, descriptors):
-        """No socket is left of what was open, and the end is clean."""
-        wait_for(lambda: run.descriptors() == descriptors, 10, "all sockets to be closed")
-        self.assertEqual(run.stop(), (0, ""))
-
 
 class Web(Relay):
     def setUp(self):
         if not (veltrane.which("nginx") and veltrane.which("curl")):
             self.skipTest("nginx or curl is not installed")
-        self.web = WebServer()
+        self.web = servers.WebServer()
         self.addCleanup(self.web.close)
         self.payload = os.urandom(HUNDRED_MB)
         (self.web.folder / "www" / "big").write_bytes(self.payload)

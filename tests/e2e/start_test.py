@@ -1,5 +1,6 @@
 """First run, second run, second instance, ports that cannot be had, damaged stores, ends."""
 
+import contextlib
 import os
 import pathlib
 import signal
@@ -21,6 +22,11 @@ def can_listen_below_1024():
         return True
     except PermissionError:
         return False
+
+
+def traces(folder):
+    """Every file below the folder, with its size and the time of its last change."""
+    return sorted((str(path), path.stat().st_size, path.stat().st_mtime_ns) for path in folder.rglob("*"))
 
 
 class OnAScreen(unittest.TestCase):
@@ -92,7 +98,8 @@ class OnAScreen(unittest.TestCase):
             self.start(run, listening=[other])
             self.window("^Error$")
             self.window("^Veltrane$")
-            self.assertEqual(run.stop(), (0, ""))
+            port = taken.getsockname()[1]
+            veltrane.expect_end(self, run, f"A problem occurred while attempting to listen on port {port}.")
         taken.close()
 
     def test_closing_the_window_ends_the_program(self):
@@ -114,12 +121,14 @@ class Start(unittest.TestCase):
         with Veltrane() as first:
             first.store.add_port(port, server="127.0.0.1", server_port=9)
             first.start(listening=[port])
-            before = sorted(str(path) for path in first.home.rglob("*"))
+            # Not even a store that it would have to mend is touched.
+            first.store.path.with_name("settings.db.spare").write_bytes(first.store.path.read_bytes())
+            before = traces(first.home)
             process = subprocess.run(
                 [veltrane.program()], env=first.environment(), capture_output=True, timeout=20, check=False
             )
             self.assertEqual((process.returncode, process.stdout, process.stderr), (0, b"", b""))
-            self.assertEqual(sorted(str(path) for path in first.home.rglob("*")), before)
+            self.assertEqual(traces(first.home), before)
             self.assertFalse(first.ended())
             self.assertTrue(listens(port))
             # Another store is another instance.
@@ -178,10 +187,42 @@ class Start(unittest.TestCase):
         with Veltrane(platform="xcb", arguments=["--anything"], first_run=True) as run:
             run.start(served=False)
             wait_for(lambda: veltrane.windows(screen.display, "^Veltrane$"), 15, "the message")
-            self.assertFalse((run.home / "config" / "Veltrane" / "settings.db-wal").exists() and
-                             run.store.section("PortsInUse"))
             screen.tool("key", "Return")
             wait_for(run.ended, 10, "the program to end")
+            # Nothing has been created.
+            self.assertFalse((run.home / "config" / "Veltrane").exists())
+
+    def test_command_line_for_the_toolkit_is_refused_too(self):
+        if not veltrane.which("Xvfb"):
+            self.skipTest("Xvfb is not installed")
+        screen = veltrane.Screen()
+        self.addCleanup(screen.close)
+        os.environ["DISPLAY"] = screen.display
+        with Veltrane(platform="xcb", arguments=["-platform", "offscreen"], first_run=True) as run:
+            run.start(served=False)
+            wait_for(lambda: veltrane.windows(screen.display, "^Veltrane$"), 15, "the message")
+            screen.tool("key", "Return")
+            wait_for(run.ended, 10, "the program to end")
+            self.assertFalse((run.home / "config" / "Veltrane").exists())
+
+    def test_store_in_a_folder_that_cannot_be_written(self):
+        if os.geteuid() != 0 or not veltrane.which("setpriv"):
+            self.skipTest("needs to run as another user")
+        port = free_port()
+        with Veltrane(user=65534) as run:
+            run.store.add_port(port, server="127.0.0.1", server_port=9)
+            folder = run.store.path.parent
+            for path in (run.home, run.home / "config", folder):
+                path.chmod(0o755)
+            run.store.path.chmod(0o644)
+            run.start(listening=[port])
+            before = sorted(folder.iterdir())
+            # It still is the only one for this store.
+            command = ["setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", veltrane.program()]
+            second = subprocess.run(command, env=run.environment(), capture_output=True, timeout=20, check=False)
+            self.assertEqual((second.returncode, second.stdout), (0, b""))
+            self.assertEqual(sorted(folder.iterdir()), before)
+            self.assertEqual(run.stop()[0], 0)
 
 
 class End(unittest.TestCase):
@@ -209,6 +250,33 @@ class End(unittest.TestCase):
 
     def test_sigint_takes_everything_down(self):
         self.end_with(signal.SIGINT)
+
+    def test_a_report_that_nobody_reads_stops_nothing(self):
+        taken = socket.create_server(("0.0.0.0", 0))
+        self.addCleanup(taken.close)
+        for full in (False, True):
+            with self.subTest(full=full), Veltrane() as run:
+                read, write = os.pipe()
+                if full:
+                    os.set_blocking(write, False)
+                    with contextlib.suppress(BlockingIOError):
+                        while True:
+                            os.write(write, bytes(4096))
+                    os.set_blocking(write, True)
+                else:
+                    os.close(read)
+                port = free_port()
+                run.store.add_port(taken.getsockname()[1], server="127.0.0.1", server_port=9)
+                run.store.add_port(port, server="127.0.0.1", server_port=9)
+                run.process = subprocess.Popen([veltrane.program()], env=run.environment(), stderr=write)
+                os.close(write)
+                wait_for(lambda: listens(port) or run.ended(), 30, "the port to listen")
+                time.sleep(0.5)
+                self.assertFalse(run.ended())
+                run.process.terminate()
+                self.assertEqual(run.process.wait(20), 0)
+                if full:
+                    os.close(read)
 
     def test_sigterm_during_the_splash_pause(self):
         port = free_port()

@@ -1,8 +1,10 @@
 """Starts the built program on a private store and takes it down again; helpers for the tests beside it."""
 
 import hashlib
+import itertools
 import os
 import pathlib
+import random
 import shutil
 import signal
 import socket
@@ -13,6 +15,9 @@ import tempfile
 import time
 import unittest
 
+import conversations
+import history
+
 START_PAUSE = 2.0  # how long the splash picture stands; connections wait meanwhile
 
 
@@ -21,11 +26,21 @@ def program():
     return os.environ["VELTRANE"]
 
 
+# Test files that run side by side get ranges of their own ("first-last"), below what the system gives to
+# clients, so that nobody takes a port before the test does.
+_first, _last = map(int, os.environ.get("VELTRANE_TEST_PORTS", "20000-29999").split("-"))
+_ports = itertools.cycle(random.sample(range(_first, _last + 1), _last - _first + 1))
+
+
 def free_port():
-    """A port on which nobody listens at this moment."""
-    with socket.socket() as probe:
-        probe.bind(("127.0.0.1", 0))
-        return probe.getsockname()[1]
+    """A port on which nobody listens at this moment; another one at each call."""
+    for port in _ports:
+        with socket.socket() as probe:
+            try:
+                probe.bind(("127.0.0.1", port))
+                return port
+            except OSError:
+                pass
 
 
 def wait_for(condition, seconds=15, what="the condition"):
@@ -114,6 +129,7 @@ class Veltrane:
         self.arguments = list(arguments)
         self.user = user
         self.process = None
+        self.log = None  # where it keeps one
         if not first_run:
             self.store.set("FirstRun", "FirstRun", "False")
             self.store.set("Options", "ShowConfigAtStartUp", "0")
@@ -173,9 +189,9 @@ class Veltrane:
             self.process.kill()
             output, _ = self.process.communicate()
             raise AssertionError("the program did not end: " + output.decode(errors="replace")) from None
-        # The offscreen platform says this of every window; it is no word of the program's.
+        # The offscreen platform says such things of every window; they are no words of the program's.
         lines = output.decode(errors="replace").splitlines(keepends=True)
-        return self.process.returncode, "".join(line for line in lines if "propagateSizeHints" not in line)
+        return self.process.returncode, "".join(line for line in lines if "This plugin does not support" not in line)
 
     def __enter__(self):
         return self
@@ -187,6 +203,19 @@ class Veltrane:
             self.process.communicate()
         if self.own_home:
             shutil.rmtree(self.home, ignore_errors=True)
+
+
+def expect_end(test, run, *reports):
+    """The program ends well, and has reported such failures and no others: how their texts begin."""
+    code, output = run.stop()
+    test.assertEqual(code, 0, output)
+    told = [line.removeprefix("Veltrane: ") for line in output.splitlines()]
+    test.assertEqual({next((text for text in reports if line.startswith(text)), line) for line in told}, set(reports))
+
+
+def payload(size):
+    """That many random bytes, but for such as a log file could not tell from its own escapes."""
+    return history.without_literals(os.urandom(size))
 
 
 def sha(data):
@@ -220,7 +249,7 @@ class Screen:
     def __init__(self, size="1280x900x24"):
         read, write = os.pipe()
         self.server = subprocess.Popen(
-            ["Xvfb", "-displayfd", str(write), "-screen", "0", size, "-nolisten", "tcp"],
+            ["Xvfb", "-displayfd", str(write), "-screen", "0", size, "-nolisten", "tcp", "-noreset"],
             pass_fds=[write],
             stderr=subprocess.DEVNULL,
         )
@@ -232,11 +261,16 @@ class Screen:
         self.manager = subprocess.Popen(["openbox"], env=self.environment, **quiet)
         # A window that asks to be shown before the manager is ready may be forgotten.
         check = ["xprop", "-root", "_NET_SUPPORTING_WM_CHECK"]
-        wait_for(
-            lambda: b"window id" in subprocess.run(check, env=self.environment, capture_output=True, check=False).stdout,
-            15,
-            "the window manager",
-        )
+        try:
+            wait_for(
+                lambda: b"window id"
+                in subprocess.run(check, env=self.environment, capture_output=True, check=False).stdout,
+                30,
+                "the window manager",
+            )
+        except AssertionError:
+            self.close()
+            raise
 
     def tool(self, *arguments):
         """Runs xdotool on this display."""
@@ -246,6 +280,48 @@ class Screen:
         for process in (self.manager, self.server):
             process.terminate()
             process.wait()
+
+
+class ProgramTest(unittest.TestCase):
+    """Conversations through the program, each of which ends in silence."""
+
+    def need(self, *programs):
+        """Skips the test where one of the programs is not installed."""
+        for name in programs:
+            if not which(name):
+                self.skipTest(f"{name} is not installed")
+
+    def run_client(self, *command, environment=None, expect=0, seconds=120):
+        """Runs a client program, without the proxy settings of whoever runs the tests; gives what it wrote."""
+        values = {key: value for key, value in os.environ.items() if not key.lower().endswith("_proxy")}
+        values.update(environment or {})
+        done = subprocess.run(
+            [str(word) for word in command], env=values, capture_output=True, timeout=seconds, check=False
+        )
+        self.assertEqual(done.returncode, expect, (done.stdout[-2000:], done.stderr[-2000:]))
+        return done.stdout
+
+    def serve(self, protocol, platform="offscreen", **settings):
+        """A run of the program with one port of the protocol and its settings, which keeps a log; gives both."""
+        run = Veltrane(platform=platform)
+        self.addCleanup(run.__exit__)
+        port = free_port()
+        run.store.add_port(port, protocol=protocol, description=f"Test of {protocol}")
+        for key, value in settings.items():
+            run.store.set(f"Protocols\\{protocol}\\Port {port}", key, value)
+        run.log = run.home / "log.txt"
+        run.store.set("RealTimeLogging", "LoggingOn", 1)
+        run.store.set("RealTimeLogging", "LogFile", run.log)
+        run.ports = {port: (protocol, settings)}
+        run.start(listening=[port])
+        return run, port
+
+    def expect_quiet(self, run, descriptors, reports=(), **expected):
+        """No socket is left of what was open, the end is clean, and the log tells it all: see conversations.Log."""
+        wait_for(lambda: run.descriptors() == descriptors, 10, "all sockets to be closed")
+        expect_end(self, run, *reports)
+        if run.log:
+            conversations.Log(run.log, run.ports).check(**expected)
 
 
 def main():

@@ -62,8 +62,70 @@ TEST_F(ListeningTest, A_row_whose_key_is_no_port_is_reported_and_passed_over) {
   world.Save(kProtocols, QStringLiteral("abc"), kPassThrough);
   world.AddPort(1000, kPassThrough, QStringLiteral("Apps"));
   Start();
-  EXPECT_EQ(world.mErrors.mTexts.size(), 1);
+  EXPECT_EQ(
+      world.mErrors.mTexts,
+      QStringList{QStringLiteral("An error occurred while attempting to listen on port \"abc\" of the port "
+                                 "table.  The operating system reports: 13, Type mismatch")});
   EXPECT_EQ(Listener(1000).State(), SocketState::kListening);
+}
+
+TEST_F(ListeningTest, The_protocols_rule_what_is_served_and_not_the_descriptions) {
+  world.Save(kProtocols, QStringLiteral("1000"), kPassThrough);
+  world.Save(kPortsInUse, QStringLiteral("1001"), QStringLiteral("Described only"));
+  Listening& listening = Start();
+  EXPECT_EQ(Listener(1000).State(), SocketState::kListening);
+  EXPECT_EQ(listening.mcolListeningSocket.Count(), 1);
+}
+
+TEST_F(ListeningTest, A_socket_that_is_slow_to_listen_is_waited_for_repainting_the_window) {
+  Listening& listening = Start();
+  int repaints = 0;
+  world.mSockets.OnCreate = [](StubSocket& socket) { socket.mListensLate = true; };
+  world.mMain.OnRepaint = [&] {
+    if (++repaints == 3) world.mSockets.mSockets.last()->mState = SocketState::kListening;
+  };
+  Socket* socket = nullptr;
+  qint32 number = 0;
+  QString text;
+  EXPECT_TRUE(listening.StartListeningOnSocket(socket, 81, number, text));
+  EXPECT_EQ(repaints, 3);
+}
+
+TEST_F(ListeningTest, Port_0_takes_no_idle_socket_of_another_port_along) {
+  Listening& listening = Start();
+  listening.CreateNewSocket(25, QStringLiteral("Idle"));
+  Socket* idle = listening.mcolListeningSocket.Item(ListeningSocketKey(25));
+  Socket* socket = nullptr;
+  qint32 number = 0;
+  QString text;
+  listening.StartListeningOnSocket(socket, 0, number, text);
+  EXPECT_EQ(listening.mcolListeningSocket.Item(ListeningSocketKey(25)), idle);
+  EXPECT_TRUE(world.mSockets.mSockets.contains(static_cast<StubSocket*>(idle))) << "it is still there";
+  EXPECT_EQ(idle->State(), SocketState::kClosed);
+}
+
+TEST_F(ListeningTest, A_socket_that_cannot_be_made_is_reported_and_gives_the_failure_back) {
+  Listening& listening = Start();
+  world.mSockets.OnCreate = [](StubSocket&) { throw Failure(FailureNumber::kOutOfMemory); };
+  Socket* socket = nullptr;
+  qint32 number = 0;
+  QString text;
+  EXPECT_FALSE(listening.StartListeningOnSocket(socket, 81, number, text));
+  EXPECT_EQ(number, 91);
+  EXPECT_EQ(world.mErrors.mTexts, QStringList{QStringLiteral(
+                                      "An error occurred while attempting to create a listening socket.  The "
+                                      "operating system reports: 7, Out of memory")});
+}
+
+TEST_F(ListeningTest, A_socket_that_cannot_be_stopped_is_reported) {
+  world.AddPort(1000, kPassThrough, QStringLiteral("Apps"));
+  Listening& listening = Start();
+  Listener(1000).mCloseFailure = 10038;
+  listening.StopListeningOnSocket(Listener(1000));
+  EXPECT_EQ(
+      world.mErrors.mTexts,
+      QStringList{QStringLiteral("An error occurred while attempting to stop the socket from listening.  "
+                                 "The operating system reports: 10038, failed on purpose")});
 }
 
 TEST_F(ListeningTest, Starting_destroys_all_earlier_sockets_of_the_port) {
@@ -190,7 +252,10 @@ TEST_F(RequestTest, Pair_keys_count_on_and_wrap_and_a_key_still_in_use_is_not_se
   EXPECT_EQ(listening.mobjSocketPairs.KeyAt(listening.mobjSocketPairs.Count()), QStringLiteral("KEY0"));
   EXPECT_TRUE(world.mErrors.mTexts.isEmpty());
   const qsizetype before = listening.mobjSocketPairs.Count();
+  world.mSchedule.mRefuse = false;
+  world.mJournal.Take();
   Listener(1000).Request(65537);
+  EXPECT_TRUE(world.mJournal.Take().isEmpty()) << "neither asked about nor accepted";
   EXPECT_EQ(world.mErrors.mTexts,
             QStringList{QStringLiteral(
                 "An error occurred while attempting to process the remote client's connection "
@@ -214,6 +279,12 @@ TEST_F(EphemeralTest, An_accepted_connection_ends_the_port) {
   Listener(1500).Request(1);
   Listening& listening = *world.mGeneral.gobjListening;
   EXPECT_FALSE(listening.mcolListeningSocket.Contains(ListeningSocketKey(1500)));
+  // Served before it is stopped.
+  const QStringList lines = world.mJournal.Take();
+  EXPECT_LT(lines.indexOf(QStringLiteral("GotProtocol(Pass Thru)")),
+            lines.indexOf(QStringLiteral("socket.Close")));
+  EXPECT_EQ(lines.mid(lines.indexOf(QStringLiteral("socket.Close")) + 1),
+            (QStringList{QStringLiteral("RefreshPaneTitles"), QStringLiteral("CheckAnimation")}));
   EXPECT_EQ(NodeText(1500), QStringLiteral("FTP Data - Dynamically allocated (1500) - Not Listening"));
   // Only the pair's two sockets are left.
   EXPECT_EQ(world.mSockets.mSockets.size(), 2);
@@ -271,9 +342,16 @@ TEST_F(StatusTest, Not_to_be_used_replaces_the_socket_by_an_idle_one_and_back_st
   EXPECT_EQ(world.mJournal.Take(),
             (QStringList{QStringLiteral("socket.Close"), QStringLiteral("RefreshPaneTitles")}));
   const int created = world.mSockets.mCreated;
+  // The first one, closed, and the idle one.
+  EXPECT_EQ(world.mSockets.mSockets.size(), 2);
   world.Save(kProtocols, QStringLiteral("1000"), kPassThrough);
   Listens().CheckListeningStatus(1000);
   EXPECT_EQ(world.mSockets.mCreated, created + 1);
+  // The first one had that port; the idle one never got a port and stays in the array.
+  EXPECT_EQ(world.mSockets.mSockets.size(), 2);
+  EXPECT_EQ(std::count_if(world.mSockets.mSockets.begin(), world.mSockets.mSockets.end(),
+                          [](const StubSocket* socket) { return socket->LocalPort() == 1000; }),
+            1);
   EXPECT_EQ(Listener(1000).State(), SocketState::kListening);
   EXPECT_EQ(NodeText(1000), QStringLiteral("Apps (1000)"));
 }
@@ -360,6 +438,35 @@ TEST_F(StatusTest, Shut_down_terminates_all_pairs_and_leaves_no_socket) {
   EXPECT_EQ(listening.mcolListeningSocket.Count(), 0);
   world.mGeneral.gobjListening.reset();
   EXPECT_EQ(world.mSockets.mSockets.size(), 2) << "the pair that this test still holds";
+}
+
+TEST_F(StatusTest, Shut_down_runs_past_what_fails_and_reports_nothing) {
+  world.AddPort(1001, kPassThrough, QStringLiteral("More"));
+  Listens().CheckListeningStatus(1001);
+  world.mErrors.mTexts.clear();
+  Listener(1000).Request(1);
+  Listener(1000).Request(2);
+  for (StubSocket* socket : world.mSockets.mSockets)
+    socket->mCloseFailure = 10038;
+  world.mJournal.Take();
+  Listens().DeInitaliseListeningSockets();
+  EXPECT_EQ(world.mJournal.Take().filter(QStringLiteral("Close")).size(), 3) << "two pairs and the listener";
+  EXPECT_TRUE(world.mErrors.mTexts.isEmpty());
+  EXPECT_EQ(Listens().mobjSocketPairs.Count(), 0);
+  EXPECT_EQ(Listens().mcolListeningSocket.Count(), 0);
+}
+
+TEST_F(StatusTest, The_listening_object_lives_until_the_event_that_let_go_of_it_has_returned) {
+  std::weak_ptr<Listening> watch = world.mGeneral.gobjListening;
+  bool alive = false;
+  world.mSchedule.OnAsked = [&] {
+    world.mGeneral.gobjListening.reset();
+    alive = !watch.expired();
+  };
+  world.mSchedule.mRefuse = true;
+  Listener(1000).Request(1);
+  EXPECT_TRUE(alive);
+  EXPECT_TRUE(watch.expired());
 }
 
 TEST_F(StatusTest, The_sweep_unloads_terminated_pairs_and_leaves_their_entries) {

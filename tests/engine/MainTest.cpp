@@ -114,7 +114,9 @@ TEST_F(MainTest, The_steps_run_in_their_order) {
   EXPECT_TRUE(world.mGeneral.gblnRecordEvents);
   EXPECT_FALSE(world.mGeneral.gblnClosing);
   EXPECT_EQ(world.mGeneral.mHelpFile, QStringLiteral("/opt/veltrane/Help/VLT.chm"));
-  EXPECT_EQ(world.mRandom.mSeeds.size(), 1);
+  // From the clock, before the pause.
+  const auto seededAt = world.mClock.mSteady - milliseconds(2000);
+  EXPECT_EQ(world.mRandom.mSeeds, QList<unsigned>{static_cast<unsigned>(seededAt.count())});
   EXPECT_FALSE(problemSimulation.Visible());
   EXPECT_FALSE(realTimeLogging.Visible());
   EXPECT_EQ(world.mClock.mSlept, milliseconds(2000));
@@ -209,7 +211,9 @@ TEST_F(MainTest, An_error_window_that_came_up_is_brought_to_the_front) {
   EXPECT_LT(lines.indexOf(QStringLiteral("show frmError")), lines.indexOf(QStringLiteral("load frmMain")));
   EXPECT_LT(lines.indexOf(QStringLiteral("repaint frmConfigure")),
             lines.indexOf(QStringLiteral("to front frmError")));
-  EXPECT_LT(lines.indexOf(QStringLiteral("to front frmError")), lines.indexOf(QStringLiteral("sleep 2000")));
+  const qsizetype toFront = lines.indexOf(QStringLiteral("to front frmError"));
+  EXPECT_EQ(lines.value(toFront + 1), QStringLiteral("repaint frmError"));
+  EXPECT_LT(toFront, lines.indexOf(QStringLiteral("sleep 2000")));
   EXPECT_TRUE(lines.contains(QStringLiteral("show frmMain"))) << "the main window comes up all the same";
 }
 
@@ -248,14 +252,78 @@ TEST_F(MainTest, A_left_over_row_that_is_no_port_is_reported_and_the_start_goes_
   EXPECT_TRUE(world.mJournal.lines.contains(QStringLiteral("load frmRealTimeLogging")));
 }
 
-TEST_F(MainTest, A_failure_on_the_way_is_reported_and_the_program_runs) {
+TEST_F(MainTest, An_option_of_no_use_is_reported_and_its_default_rules) {
   NotFirstRun();
   SetOption("RunMinimized", "abc");
+  SetOption("ShowConfigAtStartUp", "");
   EXPECT_TRUE(Run());
-  EXPECT_EQ(world.mErrors.mTexts,
-            QStringList{
-                QStringLiteral("An error occurred while attempting to start Veltrane.  The operating system "
-                               "reports: 13, Type mismatch")});
+  const QString report = QStringLiteral(
+      "An error occurred while attempting to start Veltrane.  The operating system reports: 13, Type "
+      "mismatch");
+  EXPECT_EQ(world.mErrors.mTexts, (QStringList{report, report}));
+  for (const char* line : {"show frmSplash", "show frmMain", "show frmConfigure over frmMain", "sleep 2000",
+                           "load frmRealTimeLogging"}) {
+    EXPECT_TRUE(world.mJournal.lines.contains(QLatin1String(line))) << line;
+  }
+}
+
+TEST_F(MainTest, Only_0_and_only_1_count_for_the_two_options) {
+  NotFirstRun();
+  SetOption("RunMinimized", "2");
+  SetOption("ShowConfigAtStartUp", "2");
+  Run();
+  EXPECT_FALSE(world.mJournal.lines.contains(QStringLiteral("show frmSplash")));
+  EXPECT_FALSE(world.mJournal.lines.contains(QStringLiteral("load frmConfigure")));
+}
+
+TEST_F(MainTest, A_failure_on_the_way_is_reported_and_the_program_runs) {
+  NotFirstRun();
+  world.mDesktop.mFailShow = true;
+  EXPECT_TRUE(Run());
+  const QString report = QStringLiteral(
+      "An error occurred while attempting to start Veltrane.  The operating system reports: 5, no window");
+  // The splash, the main window and the configuration; all other steps are taken.
+  EXPECT_EQ(world.mErrors.mTexts, (QStringList{report, report, report}));
+  for (const char* line : {"create Logging", "sleep 2000", "unload frmSplash", "load frmRealTimeLogging"})
+    EXPECT_TRUE(world.mJournal.lines.contains(QLatin1String(line))) << line;
+}
+
+TEST_F(MainTest, A_store_that_fails_to_be_read_still_gives_a_main_window) {
+  NotFirstRun();
+  world.mStore.mFailReads = true;
+  EXPECT_TRUE(Run());
+  EXPECT_TRUE(world.mJournal.lines.contains(QStringLiteral("show frmMain")));
+  EXPECT_TRUE(world.mJournal.lines.contains(QStringLiteral("unload frmSplash")));
+}
+
+TEST_F(MainTest, A_program_that_is_ended_in_the_welcome_takes_no_further_step) {
+  world.mDesktop.OnBox = [this](const MessageBox&) { world.mGeneral.gblnClosing = true; };
+  Run();
+  EXPECT_EQ(world.mJournal.lines.last(), QStringLiteral("box: Welcome to Veltrane!"));
+}
+
+TEST_F(MainTest, A_store_that_is_not_the_users_gets_no_ports_and_no_welcome) {
+  world.mStore.mIsTheUsers = false;
+  Run();
+  EXPECT_TRUE(world.mStore.mRows.isEmpty());
+  EXPECT_TRUE(world.mDesktop.mBoxes.isEmpty());
+  EXPECT_FALSE(world.mGeneral.gblnFirstRun);
+}
+
+TEST_F(MainTest, What_a_deletion_left_in_the_descriptions_stays) {
+  NotFirstRun();
+  const QString text = QStringLiteral("FTP Data - Dynamically allocated");
+  world.Save(QStringLiteral("PortsInUse"), QStringLiteral("1500"), text);
+  Run();
+  EXPECT_EQ(world.Get(QStringLiteral("PortsInUse"), QStringLiteral("1500")), text);
+  EXPECT_TRUE(world.mErrors.mTexts.isEmpty());
+}
+
+TEST_F(MainTest, The_port_table_is_seeded_before_the_sockets_listen_and_after_the_generator_is_seeded) {
+  world.mRandom.OnSeed = [this] { EXPECT_TRUE(world.mStore.mRows.isEmpty()); };
+  Run();
+  EXPECT_EQ(world.mJournal.lines.filter(QStringLiteral("Listen")).size(), 6);
+  EXPECT_EQ(world.mRandom.mSeeds.size(), 1);
 }
 
 }  // namespace

@@ -21,7 +21,9 @@ const QString kKey = QStringLiteral("NumberToKeep");
 
 struct SettingsStoreTest : testing::Test {
   std::unique_ptr<SqliteSettingsStore> Open() {
-    return std::make_unique<SqliteSettingsStore>(path, clock, errors);
+    auto store = std::make_unique<SqliteSettingsStore>(path, clock, errors);
+    store->GetAllSettings(kApp, QStringLiteral("any"));  // the first use opens it
+    return store;
   }
   /// Runs SQL as another program would.
   void Sql(const char* sql) const {
@@ -112,8 +114,16 @@ TEST_F(SettingsStoreTest, A_section_with_a_backslash_is_a_section_of_its_own) {
 
 TEST_F(SettingsStoreTest, Deleting_what_is_not_there_fails) {
   const auto store = Open();
-  EXPECT_THROW(store->DeleteSetting(kApp, kSection, kKey), Failure);
-  EXPECT_THROW(store->DeleteSetting(kApp, kSection), Failure);
+  const auto numberOf = [](const auto& call) {
+    try {
+      call();
+    } catch (const Failure& failure) {
+      return failure.Number();
+    }
+    return 0;
+  };
+  EXPECT_EQ(numberOf([&] { store->DeleteSetting(kApp, kSection, kKey); }), 5);
+  EXPECT_EQ(numberOf([&] { store->DeleteSetting(kApp, kSection); }), 5);
   store->SaveSetting(kApp, kSection, kKey, QStringLiteral("1"));
   store->DeleteSetting(kApp, kSection);
   EXPECT_THROW(store->DeleteSetting(kApp, kSection), Failure);
@@ -127,6 +137,24 @@ TEST_F(SettingsStoreTest, A_change_by_another_program_is_seen_at_the_next_read) 
   EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, {}), QStringLiteral("2"));
   Sql("DELETE FROM settings");
   EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, QStringLiteral("d")), QStringLiteral("d"));
+}
+
+TEST_F(SettingsStoreTest, A_section_is_read_again_only_when_the_file_has_changed) {
+  const auto store = Open();
+  for (int i = 0; i < 3; ++i)
+    store->SaveSetting(kApp, kSection, QString::number(i), QStringLiteral("old"));
+  const QList<SettingRow> rows = store->GetAllSettings(kApp, kSection);
+  ASSERT_EQ(rows.size(), 3);
+  EXPECT_EQ(store->GetAllSettings(kApp, kSection).constData(), rows.constData()) << "the very same rows";
+  EXPECT_EQ(store->GetAllSettings(kApp, QStringLiteral("Other")).size(), 0);
+  store->SaveSetting(kApp, kSection, QStringLiteral("1"), QStringLiteral("own"));
+  EXPECT_EQ(store->GetAllSettings(kApp, kSection)[1].second, QStringLiteral("own"));
+  Sql("UPDATE settings SET value = 'foreign' WHERE key = '2'");
+  EXPECT_EQ(store->GetAllSettings(kApp, kSection)[2].second, QStringLiteral("foreign"));
+  store->DeleteSetting(kApp, kSection, QStringLiteral("0"));
+  EXPECT_EQ(store->GetAllSettings(kApp, kSection).size(), 2);
+  store->DeleteSetting(kApp, kSection);
+  EXPECT_EQ(store->GetAllSettings(kApp, kSection).size(), 0);
 }
 
 TEST_F(SettingsStoreTest, A_file_made_by_hand_serves_as_well) {
@@ -166,10 +194,10 @@ TEST_F(SettingsStoreTest, A_store_that_another_program_locks_is_reported_and_lef
     EXPECT_TRUE(errors.mTexts[0].contains(path));
     EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, QStringLiteral("100")), QStringLiteral("100"));
     EXPECT_TRUE(store->GetAllSettings(kApp, kSection).isEmpty());
-    // Even when the other program lets go: defaults that were read must not be written over the file.
+    // Even when the other program lets go: what follows from defaults must not be written over the file.
     sqlite3_exec(other, "ROLLBACK", nullptr, nullptr, nullptr);
-    EXPECT_THROW(store->SaveSetting(kApp, kSection, kKey, QStringLiteral("1")), Failure);
-    EXPECT_THROW(store->DeleteSetting(kApp, kSection), Failure);
+    store->SaveSetting(kApp, kSection, kKey, QStringLiteral("1"));
+    EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, {}), QStringLiteral("1"));
     EXPECT_EQ(errors.mTexts.size(), 1);
   }
   sqlite3_close(other);
@@ -223,6 +251,9 @@ TEST_F(SettingsStoreTest, A_store_that_cannot_be_written_is_read_and_reported) {
     EXPECT_THROW(store->SaveSetting(kApp, kSection, kKey, QStringLiteral("8")), Failure);
   }
   ASSERT_EQ(root ? seteuid(0) : 0, 0);
+  struct stat info {};
+  ASSERT_EQ(stat(file.constData(), &info), 0);
+  EXPECT_EQ(info.st_mode & 0777U, 0444U) << "the user's protection stays";
   chmod(parent.constData(), 0755);
   ASSERT_EQ(errors.mTexts.size(), 1);
   EXPECT_TRUE(errors.mTexts[0].contains(QStringLiteral("cannot be written")));
@@ -234,9 +265,13 @@ TEST_F(SettingsStoreTest, A_store_that_cannot_be_opened_gives_defaults_and_is_re
   const auto store = Open();
   ASSERT_EQ(errors.mTexts.size(), 1);
   EXPECT_TRUE(errors.mTexts[0].contains(QStringLiteral("cannot be opened")));
+  EXPECT_EQ(errors.mTexts[0].count(path), 1);
   EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, QStringLiteral("100")), QStringLiteral("100"));
-  EXPECT_THROW(store->SaveSetting(kApp, kSection, kKey, QStringLiteral("8")), Failure);
+  // The run goes on with settings of its own.
+  store->SaveSetting(kApp, kSection, kKey, QStringLiteral("8"));
+  EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, {}), QStringLiteral("8"));
   EXPECT_TRUE(QFileInfo(path).isDir());
+  EXPECT_FALSE(store->IsTheUsers());
 }
 
 TEST_F(SettingsStoreTest, A_file_with_another_table_under_that_name_is_left_alone) {
@@ -246,6 +281,53 @@ TEST_F(SettingsStoreTest, A_file_with_another_table_under_that_name_is_left_alon
   ASSERT_EQ(errors.mTexts.size(), 1);
   EXPECT_TRUE(QFile::exists(path));
   EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, QStringLiteral("d")), QStringLiteral("d"));
+}
+
+TEST_F(SettingsStoreTest, Nothing_is_made_before_the_first_use) {
+  const SqliteSettingsStore store(path, clock, errors);
+  EXPECT_FALSE(QFileInfo::exists(QFileInfo(path).path()));
+  EXPECT_TRUE(errors.mTexts.isEmpty());
+}
+
+TEST_F(SettingsStoreTest, A_store_that_another_program_only_reads_serves) {
+  Open()->SaveSetting(kApp, kSection, kKey, QStringLiteral("7"));
+  sqlite3* other = nullptr;
+  ASSERT_EQ(sqlite3_open(path.toUtf8().constData(), &other), SQLITE_OK);
+  ASSERT_EQ(sqlite3_exec(other, "BEGIN; SELECT count(*) FROM settings", nullptr, nullptr, nullptr),
+            SQLITE_OK);
+  const auto store = Open();
+  EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, QStringLiteral("100")), QStringLiteral("7"));
+  EXPECT_TRUE(store->IsTheUsers());
+  sqlite3_close(other);
+  store->SaveSetting(kApp, kSection, kKey, QStringLiteral("8"));
+  EXPECT_EQ(Open()->GetSetting(kApp, kSection, kKey, {}), QStringLiteral("8"));
+  EXPECT_TRUE(errors.mTexts.isEmpty());
+}
+
+TEST_F(SettingsStoreTest, A_number_as_key_of_an_untyped_table_is_found) {
+  QDir().mkpath(QFileInfo(path).path());
+  Sql("CREATE TABLE settings (application, section, key, value);"
+      "INSERT INTO settings VALUES ('Veltrane', 'Options', 1000, 'Pass Through')");
+  const auto store = Open();
+  EXPECT_EQ(store->GetSetting(kApp, kSection, QStringLiteral("1000"), {}), QStringLiteral("Pass Through"));
+  store->SaveSetting(kApp, kSection, QStringLiteral("1000"), QStringLiteral("FTP"));
+  EXPECT_EQ(store->GetAllSettings(kApp, kSection).size(), 1);
+}
+
+TEST_F(SettingsStoreTest, A_damaged_store_that_cannot_be_moved_stays_and_the_run_has_settings_of_its_own) {
+  QDir().mkpath(QFileInfo(path).path());
+  QFile file(path);
+  ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+  file.write(QByteArray(5000, 'g'));
+  file.close();
+  // A folder stands where it would go.
+  QDir().mkpath(path + QStringLiteral(".damaged-20260309-070503/x"));
+  const auto store = Open();
+  ASSERT_EQ(errors.mTexts.size(), 1);
+  EXPECT_TRUE(errors.mTexts[0].contains(QStringLiteral("cannot be set aside")));
+  store->SaveSetting(kApp, kSection, kKey, QStringLiteral("1"));
+  EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, {}), QStringLiteral("1"));
+  EXPECT_EQ(QFileInfo(path).size(), 5000);
 }
 
 }  // namespace

@@ -216,6 +216,11 @@ TYPED_TEST(SocketContract, A_request_can_be_accepted_only_inside_its_event_and_o
   server.socket->Listen();
   const auto peer = this->mWorld.ConnectTo(server.socket->LocalPort());
   ASSERT_TRUE(this->mWorld.Pump([&] { return accepted != nullptr; }));
+  // Another one, that nobody accepts in its event.
+  server.onRequest = [&](qint32 id) { requestId = id; };
+  requestId = 0;
+  const auto second = this->mWorld.ConnectTo(server.socket->LocalPort());
+  ASSERT_TRUE(this->mWorld.Pump([&] { return requestId != 0; }));
   Watched late(this->mWorld);
   EXPECT_THROW(late.socket->Accept(requestId), Failure);
 }
@@ -269,6 +274,7 @@ TYPED_TEST(SocketContract, Connect_to_a_dead_port_is_refused_with_10061) {
   out.insideCall = false;
   ASSERT_TRUE(this->mWorld.Pump([&] { return out.error.has_value(); }));
   EXPECT_EQ(*out.error, 10061);
+  EXPECT_EQ(out.socket->RemoteHostIP(), QStringLiteral("127.0.0.1")) << "what was tried";
   EXPECT_NE(out.socket->State(), SocketState::kConnected);
   EXPECT_EQ(out.log.size(), 1);
 }
@@ -474,12 +480,26 @@ TYPED_TEST(SocketContract, A_reset_while_sending_is_one_error_and_no_completion)
 
 TYPED_TEST(SocketContract, Bytes_that_came_before_a_reset_are_delivered_first) {
   this->ListenAndAccept();
+  this->mIn->reading = false;
   this->mPeer->Send("last words");
   this->mWorld.Settle();
-  EXPECT_EQ(this->mIn->received, "last words");
   this->mPeer->Reset();
+  this->mWorld.Settle();
+  EXPECT_EQ(this->mIn->socket->GetData().Bytes(), "last words");
   ASSERT_TRUE(this->mWorld.Pump([&] { return !this->mIn->log.isEmpty(); }));
   EXPECT_EQ(this->mIn->log, QStringList{QStringLiteral("Error 10054")});
+}
+
+TYPED_TEST(SocketContract, A_send_that_fails_after_the_peers_half_close_is_told) {
+  this->ListenAndAccept();
+  this->mPeer->HalfClose();
+  ASSERT_TRUE(this->mWorld.Pump([&] { return this->mIn->log.contains(QStringLiteral("Close")); }));
+  this->mPeer->StopReading();
+  this->mIn->socket->SendData(this->Bytes(32 * 1024 * 1024));
+  this->mWorld.Settle();
+  this->mPeer->Reset();
+  ASSERT_TRUE(this->mWorld.Pump([&] { return this->mIn->log.contains(QStringLiteral("Error 10054")); }));
+  EXPECT_EQ(this->mIn->completions, 0);
 }
 
 TYPED_TEST(SocketContract, Close_with_bytes_queued_still_gives_them_to_the_peer) {

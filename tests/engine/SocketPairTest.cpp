@@ -19,11 +19,15 @@ class JournalHandler : public ProtocolHandler {
     Note(QStringLiteral("Accepted"));
     if (mFailOnAccept) throw Failure(7, QStringLiteral("accept went wrong"));
   }
-  void LocalServerRejectedConnection() override { Note(QStringLiteral("Rejected")); }
+  void LocalServerRejectedConnection() override {
+    Note(QStringLiteral("Rejected"));
+    if (mFailOnReject) throw Failure(7, QStringLiteral("reject went wrong"));
+  }
   void ConnectedToRemoteServer(const QString& comment) override {
     Note(QStringLiteral("Connected [%1] dangling %2")
              .arg(comment)
              .arg(mobjSocketPair->IsDanglingCurrentlyOn(true)));
+    if (OnConnected) OnConnected();
   }
   void RemoteServerInitiatedDisconnection(const QString& comment) override {
     Note(QStringLiteral("ServerGone [%1]").arg(comment));
@@ -53,12 +57,21 @@ class JournalHandler : public ProtocolHandler {
     return mResume;
   }
   void DanglingStatusChanged(bool on, qint16 direction, qint32 time) override {
-    Note(QStringLiteral("Dangling %1 %2 %3").arg(on).arg(direction).arg(time));
+    const SocketPair& pair = *mobjSocketPair;
+    Note(QStringLiteral("Dangling %1 %2 %3 (on %4, start timer %5, stop timer %6)")
+             .arg(on)
+             .arg(direction)
+             .arg(time)
+             .arg(pair.IsDanglingCurrentlyOn(true) || pair.IsDanglingCurrentlyOn(false))
+             .arg(pair.tmrDangleStartTimer.Enabled())
+             .arg(pair.tmrDangleStopTimer.Enabled()));
   }
 
   bool mFailOnAccept = false;
+  bool mFailOnReject = false;
   bool mResume = false;
   std::function<void()> OnServerBytes;
+  std::function<void()> OnConnected;
 
  private:
   void Note(const QString& line) { mJournal.Note(line); }
@@ -278,22 +291,81 @@ TEST_F(SocketPairTest, A_schedule_that_cannot_be_read_is_reported_and_the_connec
   Accept();
   world.mSchedule.OnAsked = [] { throw Failure(FailureNumber::kOverflow); };
   client->Connected();
-  EXPECT_EQ(Take().last(), QStringLiteral("Connected [ ] dangling 0"));
-  ASSERT_EQ(world.mErrors.mTexts.size(), 1);
-  EXPECT_TRUE(world.mErrors.mTexts[0].endsWith(QStringLiteral("6, Overflow")));
+  EXPECT_EQ(Take(), (QStringList{QStringLiteral("ask terminate"), QStringLiteral("ask dangle"),
+                                 QStringLiteral("Connected [ ] dangling 0")}));
+  const QString report = QStringLiteral(
+      "An error occurred while attempting to schedule the failures of a connection.  The operating system "
+      "reports: 6, Overflow");
+  EXPECT_EQ(world.mErrors.mTexts, (QStringList{report, report}));
 }
 
-TEST_F(SocketPairTest, ClientSendData_on_a_closed_socket_or_with_empty_data_changes_nothing) {
+TEST_F(SocketPairTest, A_termination_that_cannot_be_planned_leaves_the_dangle) {
   Accept();
-  Payload sent(QByteArray("old"));
-  PayloadBuffer rest(QByteArray("kept"));
-  EXPECT_FALSE(Send("abc", sent, rest));
-  EXPECT_EQ(sent.Bytes(), "old");
-  EXPECT_EQ(rest.Size(), 4);
-  client->mState = SocketState::kConnected;
-  EXPECT_FALSE(Send("", sent, rest));
-  EXPECT_EQ(sent.Bytes(), "old");
-  EXPECT_EQ(rest.Size(), 4);
+  int asked = 0;
+  world.mSchedule.OnAsked = [&] {
+    if (++asked == 1) throw Failure(FailureNumber::kOverflow);
+  };
+  world.mSchedule.mDangle = true;
+  world.mSchedule.mTimeBeforeDangle = 500;
+  world.mSchedule.mDangleText = QStringLiteral("to be dangled");
+  client->Connected();
+  EXPECT_EQ(Take().last(), QStringLiteral("Connected [ to be dangled] dangling 0"));
+  EXPECT_TRUE(pair->tmrDangleStartTimer.Enabled());
+}
+
+TEST_F(SocketPairTest, Half_a_plan_is_not_told) {
+  Accept();
+  world.mSchedule.OnDangleAsked = [] { throw Failure(FailureNumber::kOverflow); };
+  world.mSchedule.mDangleText = QStringLiteral("Connection to be dangled in ");
+  client->Connected();
+  EXPECT_EQ(Take().last(), QStringLiteral("Connected [ ] dangling 0"));
+}
+
+TEST_F(SocketPairTest, The_dangles_fields_are_kept_also_when_none_is_planned) {
+  Accept();
+  world.mSchedule.mDanglePeriod = 1000;
+  world.mSchedule.mDangleDirection = 1;
+  client->Connected();
+  Take();
+  // As the window's button starts one by hand.
+  pair->tmrDangleStartTimer_Timer();
+  EXPECT_EQ(Take(), QStringList{QStringLiteral("Dangling 1 1 1000 (on 0, start timer 0, stop timer 0)")});
+  EXPECT_TRUE(pair->IsDanglingCurrentlyOn(false));
+  EXPECT_FALSE(pair->IsDanglingCurrentlyOn(true));
+}
+
+TEST_F(SocketPairTest, The_dangles_end_is_silent_only_after_the_handler_has_heard_of_the_connection) {
+  Accept();
+  handler->OnConnected = [&] { EXPECT_TRUE(pair->tmrDangleStopTimer.Enabled()); };
+  client->Connected();
+  EXPECT_FALSE(pair->tmrDangleStopTimer.Enabled());
+}
+
+TEST_F(SocketPairTest, A_send_on_a_closed_socket_or_with_empty_data_changes_nothing) {
+  Accept();
+  struct Road {
+    bool (SocketPair::*send)(const PayloadBuffer&, Payload&, PayloadBuffer&);
+    StubSocket* socket;
+    Timer* timer;
+  };
+  world.mSchedule.OnThrottle = [] { ADD_FAILURE() << "no throttling is asked about"; };
+  for (const Road& road : {Road{&SocketPair::ClientSendData, client, &pair->tmrC2SThrottleDataRequest},
+                           Road{&SocketPair::ServerSendData, server, &pair->tmrS2CThrottleDataRequest}}) {
+    Payload sent(QByteArray("old"));
+    PayloadBuffer rest(QByteArray("kept"));
+    for (const auto& [state, data] :
+         {std::pair{SocketState::kClosed, "abc"}, std::pair{SocketState::kPeerClosing, "abc"},
+          std::pair{SocketState::kConnected, ""}}) {
+      road.socket->mState = state;
+      road.timer->SetEnabled(true);
+      road.timer->SetInterval(77);
+      EXPECT_FALSE(((*pair).*road.send)(PayloadBuffer(QByteArray(data)), sent, rest));
+      EXPECT_EQ(sent.Bytes(), "old");
+      EXPECT_EQ(rest.Size(), 4);
+      EXPECT_TRUE(road.timer->Enabled());
+      EXPECT_EQ(road.timer->Interval(), 77);
+    }
+  }
   EXPECT_TRUE(Take().isEmpty());
 }
 
@@ -347,6 +419,8 @@ TEST_F(SocketPairTest, A_failing_send_is_reported_without_number_and_is_false) {
   EXPECT_FALSE(Send("abc", sent, rest));
   EXPECT_FALSE(pair->ServerSendData(PayloadBuffer(QByteArray("x")), sent, rest));
   EXPECT_TRUE(sent.IsEmpty());
+  EXPECT_EQ(rest.TakeAll().Bytes(), "x") << "all is still to be sent";
+  EXPECT_FALSE(Send("abc", sent, rest)) << "reported already";
   world.mSchedule.OnThrottle = nullptr;
   client->mSendFailure = 10055;
   EXPECT_FALSE(Send("abc", sent, rest));
@@ -408,7 +482,7 @@ TEST_F(DangleTest, No_dangle_is_on_before_the_connect_event_although_its_timer_i
 
 TEST_F(DangleTest, The_start_tells_the_handler_and_then_holds) {
   Dangle(2);
-  EXPECT_EQ(Take(), QStringList{QStringLiteral("Dangling 1 2 1000")});
+  EXPECT_EQ(Take(), QStringList{QStringLiteral("Dangling 1 2 1000 (on 0, start timer 0, stop timer 0)")});
   EXPECT_FALSE(pair->tmrDangleStartTimer.Enabled());
   EXPECT_TRUE(pair->IsDanglingCurrentlyOn(true));
   EXPECT_TRUE(pair->IsDanglingCurrentlyOn(false));
@@ -439,7 +513,7 @@ TEST_F(DangleTest, The_choice_at_the_end_is_read_at_the_end) {
   EXPECT_TRUE(pair->IsDanglingCurrentlyOn(true));
   world.mTimers.Advance(milliseconds(1));
   EXPECT_EQ(Take(),
-            (QStringList{QStringLiteral("Dangling 0 2 1000"),
+            (QStringList{QStringLiteral("Dangling 0 2 1000 (on 0, start timer 0, stop timer 0)"),
                          QStringLiteral("ServerGone [Connection terminated as per dangling schedule.]")}));
   EXPECT_FALSE(pair->IsDanglingCurrentlyOn(true));
 }
@@ -451,7 +525,8 @@ TEST_F(DangleTest, Choices_1_and_2_resume_the_directions_that_were_held) {
       Dangle(direction);
       Take();
       world.mTimers.Advance(milliseconds(1000));
-      QStringList expected{QStringLiteral("Dangling 0 %1 1000").arg(direction)};
+      QStringList expected{
+          QStringLiteral("Dangling 0 %1 1000 (on 0, start timer 0, stop timer 0)").arg(direction)};
       if (direction != 1) expected.append(QStringLiteral("ResumeClient %1").arg(choice == 2));
       if (direction != 0) expected.append(QStringLiteral("ResumeServer %1").arg(choice == 2));
       EXPECT_EQ(Take(), expected);
@@ -464,7 +539,7 @@ TEST_F(DangleTest, With_no_choice_set_nothing_more_happens) {
   Take();
   world.mSchedule.mDangleClose = -1;
   world.mTimers.Advance(milliseconds(1000));
-  EXPECT_EQ(Take(), QStringList{QStringLiteral("Dangling 0 2 1000")});
+  EXPECT_EQ(Take(), QStringList{QStringLiteral("Dangling 0 2 1000 (on 0, start timer 0, stop timer 0)")});
 }
 
 TEST_F(SocketPairTest, A_graceful_termination_looks_like_the_servers_close) {
@@ -509,10 +584,48 @@ TEST_F(SocketPairTest, Terminate_leaves_the_timers_running_and_Unload_stops_them
   EXPECT_FALSE(world.mTimers.NextDeadline());
   EXPECT_FALSE(pair->mobjProtocolHandler);
   // What comes too late is not heard.
+  Take();
   server->Sent();
   client->PeerCloses();
   pair->tmrTerminationTime_Timer();
+  EXPECT_TRUE(Take().isEmpty());
+}
+
+TEST_F(SocketPairTest, A_throttle_timer_that_outlives_its_pair_fires_once) {
+  Connect();
+  handler->mResume = true;
+  pair->tmrC2SThrottleDataRequest.SetInterval(10);
+  world.mTimers.Advance(milliseconds(20));
+  EXPECT_EQ(Take().size(), 2);
+  pair->Terminate();
   Take();
+  world.mTimers.Advance(milliseconds(100));
+  EXPECT_EQ(Take(), QStringList{QStringLiteral("ResumeClient 0")});
+}
+
+TEST_F(SocketPairTest, A_connection_that_stood_counts_as_such_for_good) {
+  Connect();
+  pair->ClientDisconnect();
+  EXPECT_TRUE(pair->ClientInitialised());
+  pair->Terminate();
+  EXPECT_TRUE(pair->ClientInitialised());
+}
+
+TEST_F(SocketPairTest, A_termination_without_a_chosen_way_does_nothing) {
+  world.mSchedule.mTerminate = true;
+  world.mSchedule.mTerminatePeriod = 300;
+  Connect();
+  world.mSchedule.mGraceful = -1;
+  world.mTimers.Advance(milliseconds(1000));
+  EXPECT_TRUE(Take().isEmpty());
+  EXPECT_FALSE(pair->tmrTerminationTime.Enabled());
+}
+
+TEST_F(SocketPairTest, A_rejection_that_fails_ends_in_the_handlers_server_error) {
+  handler->mFailOnReject = true;
+  pair->ConnectionRejected(1, handler);
+  EXPECT_EQ(Take(),
+            (QStringList{QStringLiteral("Rejected"), QStringLiteral("ServerError 7 reject went wrong")}));
 }
 
 TEST_F(SocketPairTest, A_pair_that_is_let_go_of_in_its_own_event_lives_until_that_has_returned) {

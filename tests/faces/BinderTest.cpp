@@ -9,11 +9,14 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QTabBar>
+#include <QTabWidget>
 #include <QTest>
 #include <QToolButton>
 #include <QTreeView>
 
 #include <gtest/gtest.h>
+#include <utility>
 
 #include "forms/Controls.h"
 #include "forms/Form.h"
@@ -42,7 +45,11 @@ struct BinderTest : testing::Test {
   static void Click(QWidget& widget) {
     QTest::mouseClick(&widget, Qt::LeftButton, {}, {8, widget.height() / 2});
   }
-  static void Frame() { QTest::qWait(30); }
+  static void Frame() {
+    QTest::qWait(30);
+    // On a busy machine the wait may be over before it has served what came due in it.
+    QCoreApplication::processEvents();
+  }
 
   Journal journal;
   FakeDesktop desktop{journal};
@@ -123,6 +130,24 @@ TEST_F(BinderTest, Options_are_exclusive_and_can_all_be_off) {
   group.SetOptionEnabled(0, false);
   EXPECT_FALSE(first.isEnabled());
   EXPECT_TRUE(second.isEnabled());
+}
+
+TEST_F(BinderTest, The_tab_key_goes_to_the_set_option_or_to_any_when_none_can_have_it) {
+  OptionGroup group(form, QStringLiteral("opt"), 2);
+  auto& first = Put<QRadioButton>("opt_0");
+  auto& second = Put<QRadioButton>("opt_1");
+  const auto hasTab = [](const QWidget& widget) { return (widget.focusPolicy() & Qt::TabFocus) != 0; };
+  group.Select(1);
+  Bind();
+  EXPECT_FALSE(hasTab(first));
+  EXPECT_TRUE(hasTab(second));
+  Click(first);
+  EXPECT_TRUE(hasTab(first));
+  EXPECT_FALSE(hasTab(second));
+  group.SetOptionEnabled(0, false);
+  EXPECT_TRUE(hasTab(second)) << "the set one is disabled";
+  group.SetValue(0, false);
+  EXPECT_TRUE(hasTab(second));
 }
 
 TEST_F(BinderTest, Line_edit_tells_each_key_and_the_loss_of_focus) {
@@ -227,6 +252,44 @@ TEST_F(BinderTest, Tick_list_ticks_and_moves_its_cursor) {
   EXPECT_EQ(list.ListIndex(), 0);
 }
 
+TEST_F(BinderTest, Every_click_on_a_list_of_ticks_is_told_once_also_on_the_row_that_is_current) {
+  TickList list(form, QStringLiteral("lst"));
+  auto& widget = Put<QListWidget>("lst");
+  widget.setGeometry(10, 10, 200, 200);
+  for (const char* text : {"first", "second"})
+    list.AddItem(QLatin1String(text));
+  int told = 0;
+  bool busy = false;
+  // One of many, as a form makes of it.
+  const auto choose = [&] {
+    if (std::exchange(busy, true)) return;
+    ++told;
+    for (int row = 0; row < list.Count(); ++row)
+      list.SetTicked(row, row == list.ListIndex());
+    busy = false;
+  };
+  list.OnClick = choose;
+  list.OnItemTick = [&](int) { choose(); };
+  Bind();
+  const auto click = [&](int row, bool onTheTick) {
+    const QRect rect = widget.visualItemRect(widget.item(row));
+    const int x = onTheTick ? rect.left() + 9 : rect.center().x();
+    QTest::mouseClick(widget.viewport(), Qt::LeftButton, {}, {x, rect.center().y()});
+    return std::exchange(told, 0);
+  };
+  EXPECT_EQ(click(1, false), 1);
+  EXPECT_EQ(click(1, false), 1) << "the current row";
+  EXPECT_EQ(click(1, true), 1) << "the current row's tick";
+  EXPECT_EQ(click(0, true), 1) << "another row's tick";
+  EXPECT_EQ(widget.item(0)->checkState(), Qt::Checked);
+  EXPECT_EQ(widget.item(1)->checkState(), Qt::Unchecked);
+  QTest::keyClick(&widget, Qt::Key_Space);
+  EXPECT_EQ(std::exchange(told, 0), 1);
+  EXPECT_EQ(widget.item(0)->checkState(), Qt::Checked);
+  QTest::keyClick(&widget, Qt::Key_Down);
+  EXPECT_EQ(std::exchange(told, 0), 1);
+}
+
 TEST_F(BinderTest, Label_shows_caption_and_colour_and_can_be_clicked) {
   Label label(form, QStringLiteral("lbl"));
   auto& widget = Put<QLabel>("lbl");
@@ -292,11 +355,16 @@ TEST_F(BinderTest, Tree_shows_nodes_opens_them_and_tells_the_hand) {
   EXPECT_EQ(view.model()->index(0, 0, root).data().toString(), QStringLiteral("Port A - Not Listening"));
   EXPECT_EQ(view.currentIndex(), view.model()->index(0, 0, root));
   EXPECT_EQ(clicked.size(), 3);
+  QStringList unfolded;
+  tree.OnUnfold = [&](TreeNode& node) { unfolded.append(node.Key()); };
   tree.Node(QStringLiteral("B")).SetExpanded(true);
   Frame();
   EXPECT_TRUE(view.isExpanded(view.model()->index(1, 0, root)));
   view.collapse(view.model()->index(1, 0, root));
   EXPECT_FALSE(tree.Node(QStringLiteral("B")).Expanded());
+  EXPECT_EQ(unfolded, QStringList());
+  view.expand(view.model()->index(1, 0, root));
+  EXPECT_EQ(unfolded, QStringList{QStringLiteral("B")});
 }
 
 TEST_F(BinderTest, List_shows_rows_and_tells_clicks_on_rows_and_headers) {
@@ -330,6 +398,79 @@ TEST_F(BinderTest, List_shows_rows_and_tells_clicks_on_rows_and_headers) {
   Frame();
   EXPECT_EQ(view.model()->index(0, 0).data().toString(), QStringLiteral("two"));
   EXPECT_EQ(view.currentIndex().row(), 0) << "the choice stays with its row";
+}
+
+/// Two fields on two pages.
+struct TabBinderTest : BinderTest {
+  TabBinderTest() {
+    tabs.setGeometry(0, 0, 300, 200);
+    for (QLineEdit* field : {&first, &second}) {
+      auto* page = new QWidget;
+      field->setParent(page);
+      tabs.addTab(page, QStringLiteral("page"));
+    }
+    first.setObjectName(QStringLiteral("txtFirst"));
+    second.setObjectName(QStringLiteral("txtSecond"));
+  }
+  void ClickTab(int tab) {
+    QTest::mouseClick(tabs.tabBar(), Qt::LeftButton, {}, tabs.tabBar()->tabRect(tab).center());
+    QCoreApplication::processEvents();
+  }
+
+  TabStrip strip{form, QStringLiteral("tab"), 2};
+  TextBox firstBox{form, QStringLiteral("txtFirst")};
+  TextBox secondBox{form, QStringLiteral("txtSecond")};
+  QTabWidget& tabs = Put<QTabWidget>("tab");
+  QLineEdit& first = *new QLineEdit;
+  QLineEdit& second = *new QLineEdit;
+};
+
+TEST_F(TabBinderTest, Tab_strip_shows_its_page_and_a_click_turns_it) {
+  strip.SetTab(1);
+  Bind();
+  EXPECT_EQ(tabs.currentIndex(), 1);
+  ClickTab(0);
+  EXPECT_EQ(strip.Tab(), 0);
+}
+
+TEST_F(TabBinderTest, A_field_that_is_given_the_focus_comes_forward_with_its_page) {
+  Bind();
+  secondBox.SetFocus();
+  EXPECT_EQ(tabs.currentIndex(), 1);
+  EXPECT_EQ(strip.Tab(), 1);
+  EXPECT_TRUE(second.hasFocus());
+}
+
+TEST_F(TabBinderTest, Turning_the_page_leaves_the_field_and_the_logic_can_bring_it_back) {
+  Bind();
+  first.setFocus();
+  int left = 0;
+  firstBox.OnLostFocus = [&] {
+    ++left;
+    firstBox.SetFocus();
+  };
+  ClickTab(1);
+  EXPECT_EQ(left, 1);
+  EXPECT_EQ(tabs.currentIndex(), 0);
+  EXPECT_TRUE(first.hasFocus());
+}
+
+TEST_F(BinderTest, A_field_from_which_the_logic_takes_the_focus_was_not_left_by_the_user) {
+  TextBox box(form, QStringLiteral("txt"));
+  TextBox next(form, QStringLiteral("next"));
+  auto& widget = Put<QLineEdit>("txt");
+  auto& nextWidget = Put<QLineEdit>("next");
+  // Both send the user back for ever, if each return counts as leaving the other.
+  int left = 0;
+  box.OnLostFocus = [&] { box.SetFocus(); };
+  next.OnLostFocus = [&] { ++left; };
+  Bind();
+  widget.setFocus();
+  QTest::keyClick(&widget, Qt::Key_Tab);
+  EXPECT_TRUE(nextWidget.hasFocus());
+  QCoreApplication::processEvents();
+  EXPECT_TRUE(widget.hasFocus());
+  EXPECT_EQ(left, 0);
 }
 
 TEST_F(BinderTest, A_control_without_a_widget_is_left_alone) {

@@ -96,6 +96,20 @@ TEST_F(WidgetDesktopTest, Top_most_is_set_and_taken_back) {
   EXPECT_TRUE(face->isVisible());
 }
 
+TEST_F(WidgetDesktopTest, A_window_belongs_to_whoever_shows_it_or_to_nobody) {
+  frmError owner(desktop);
+  owner.Show();
+  error.Show(&owner);
+  const FormFace* face = desktop.FaceOf(error);
+  EXPECT_EQ(face->windowHandle()->transientParent(), desktop.FaceOf(owner)->windowHandle());
+  error.Show();
+  EXPECT_EQ(face->windowHandle()->transientParent(), desktop.FaceOf(owner)->windowHandle())
+      << "one that stands there keeps its owner";
+  error.Hide();
+  error.Show();
+  EXPECT_EQ(face->windowHandle()->transientParent(), nullptr);
+}
+
 /// Answers the message box that is about to open.
 void Answer(QMessageBox::StandardButton button, QString* text, QString* title) {
   QTimer::singleShot(0, [=] {
@@ -128,6 +142,37 @@ TEST_F(WidgetDesktopTest, DoEvents_serves_what_is_waiting) {
   QTimer::singleShot(0, [&] { served = true; });
   desktop.DoEvents();
   EXPECT_TRUE(served);
+}
+
+TEST_F(WidgetDesktopTest, Before_the_event_loop_runs_a_repaint_draws_what_stands_there) {
+  error.SetGeneral(world.mGeneral);
+  error.LogError(QStringLiteral("it failed"));
+  const FormFace* face = desktop.FaceOf(error);
+  ASSERT_NE(face, nullptr);
+  EXPECT_TRUE(face->windowHandle()->isExposed());
+}
+
+TEST_F(WidgetDesktopTest, Showing_a_minimised_window_again_brings_it_back) {
+  error.SetGeneral(world.mGeneral);
+  error.LogError(QStringLiteral("first"));
+  FormFace* face = desktop.FaceOf(error);
+  face->showMinimized();
+  QCoreApplication::processEvents();
+  ASSERT_TRUE(face->isMinimized());
+  error.LogError(QStringLiteral("second"));
+  EXPECT_FALSE(face->isMinimized());
+}
+
+TEST_F(WidgetDesktopTest, The_next_failure_leaves_the_place_where_the_user_reads) {
+  error.SetGeneral(world.mGeneral);
+  for (int i = 0; i < 100; ++i)
+    error.LogError(QStringLiteral("failure %1").arg(i));
+  auto* log = desktop.FaceOf(error)->findChild<QPlainTextEdit*>(QStringLiteral("txtErrorMessage"));
+  ASSERT_TRUE(log->find(QStringLiteral("failure 50")));
+  error.LogError(QStringLiteral("failure 100"));
+  EXPECT_EQ(log->textCursor().selectedText(), QStringLiteral("failure 50"));
+  EXPECT_EQ(log->toPlainText(), error.txtErrorMessage.Text());
+  EXPECT_TRUE(log->toPlainText().startsWith(QStringLiteral("07:05:03.042\nfailure 100\n")));
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include "base/Failure.h"
 #include "forms/Controls.h"
 #include "forms/Form.h"
-#include "forms/RichTextBox.h"
 #include "tests/support/FakeDesktop.h"
 
 namespace veltrane {
@@ -212,6 +211,18 @@ TEST_F(ControlsTest, Status_panels_are_counted_from_1) {
   EXPECT_EQ(clicked, 2);
 }
 
+TEST_F(ControlsTest, A_tab_strip_brings_one_of_its_pages_to_the_front) {
+  TabStrip strip(form, QStringLiteral("tab"), 3);
+  CountChanges(strip);
+  EXPECT_EQ(strip.Tab(), 0);
+  strip.SetTab(2);
+  EXPECT_EQ(strip.Tab(), 2);
+  EXPECT_EQ(changes, 1);
+  EXPECT_EQ(FailureOf([&] { strip.SetTab(3); }), 9);
+  EXPECT_EQ(FailureOf([&] { strip.SetTab(-1); }), 9);
+  EXPECT_EQ(strip.Tab(), 2);
+}
+
 TEST_F(ControlsTest, A_label_has_no_colour_of_its_own_until_it_gets_one) {
   Label label(form, QStringLiteral("lbl"));
   CountChanges(label);
@@ -232,44 +243,6 @@ TEST_F(ControlsTest, A_menu_entry_clicks_when_enabled) {
   item.Click();
   EXPECT_EQ(clicks, 1);
   EXPECT_EQ(item.Caption(), QStringLiteral("&Item"));
-}
-
-TEST_F(ControlsTest, Rich_text_appends_runs_of_colour) {
-  RichTextBox box(form, QStringLiteral("txt"));
-  box.SetSelColor(255);
-  box.SetSelText(QStringLiteral("red"));
-  box.SetSelStart(box.TextLength());
-  box.SetSelColor(0);
-  box.SetSelText(QStringLiteral("black"));
-  EXPECT_EQ(box.Text(), QStringLiteral("redblack"));
-  ASSERT_EQ(box.Runs().size(), 2);
-  EXPECT_EQ(box.Runs()[0].colour, 255U);
-  EXPECT_EQ(box.Runs()[1].text, QStringLiteral("black"));
-  EXPECT_EQ(box.SelStart(), 8);
-}
-
-TEST_F(ControlsTest, Rich_text_inserts_in_the_middle_of_a_run) {
-  RichTextBox box(form, QStringLiteral("txt"));
-  box.SetText(QStringLiteral("hello"));
-  box.SetSelStart(2);
-  box.SetSelColor(7);
-  box.SetSelText(QStringLiteral("XX"));
-  EXPECT_EQ(box.Text(), QStringLiteral("heXXllo"));
-  ASSERT_EQ(box.Runs().size(), 3);
-  EXPECT_EQ(box.Runs()[1].colour, 7U);
-  EXPECT_EQ(box.SelStart(), 4);
-}
-
-TEST_F(ControlsTest, Assigning_rich_text_drops_its_colours) {
-  RichTextBox box(form, QStringLiteral("txt"));
-  box.SetSelColor(9);
-  box.SetSelText(QStringLiteral("a"));
-  box.SetText(box.Text() + QStringLiteral("b"));
-  ASSERT_EQ(box.Runs().size(), 1);
-  EXPECT_EQ(box.Runs()[0].colour, 0U);
-  box.SetText({});
-  EXPECT_EQ(box.TextLength(), 0);
-  EXPECT_TRUE(box.Runs().isEmpty());
 }
 
 }  // namespace

@@ -12,9 +12,13 @@ class LoggedForm : public Form {
   LoggedForm(Desktop& desktop, Journal& journal)
       : Form(desktop, QStringLiteral("frmTest")), mJournal(journal) {}
   bool mRefuse = false;
+  bool mFailLoad = false;
 
  protected:
-  void OnLoad() override { mJournal.Note(QStringLiteral("load")); }
+  void OnLoad() override {
+    mJournal.Note(QStringLiteral("load"));
+    if (mFailLoad) throw Failure(5, QStringLiteral("no such file"));
+  }
   void OnActivate() override { mJournal.Note(QStringLiteral("activate")); }
   void OnResize() override { mJournal.Note(QStringLiteral("resize")); }
   bool OnQueryUnload() override {
@@ -51,6 +55,18 @@ TEST_F(FormTest, Unloading_asks_and_hides_and_the_next_use_loads_again) {
   EXPECT_EQ(journal.lines.count(QStringLiteral("load")), 2);
   EXPECT_EQ(journal.lines.mid(2, 3),
             (QStringList{QStringLiteral("query"), QStringLiteral("unload"), QStringLiteral("hide frmTest")}));
+}
+
+TEST_F(FormTest, A_load_that_fails_is_tried_again_at_the_next_use) {
+  form.mFailLoad = true;
+  EXPECT_THROW(form.Show(), Failure);
+  EXPECT_FALSE(form.IsLoaded());
+  EXPECT_FALSE(form.Visible());
+  form.mFailLoad = false;
+  form.Show();
+  EXPECT_TRUE(form.Visible());
+  EXPECT_EQ(journal.lines,
+            (QStringList{QStringLiteral("load"), QStringLiteral("load"), QStringLiteral("show frmTest")}));
 }
 
 TEST_F(FormTest, A_refused_unload_changes_nothing) {

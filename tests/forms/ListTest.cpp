@@ -7,6 +7,7 @@
 #include "forms/ListModel.h"
 #include "forms/ListView.h"
 #include "tests/support/FakeDesktop.h"
+#include "tests/support/LeastTime.h"
 
 namespace veltrane {
 namespace {
@@ -96,6 +97,49 @@ TEST_F(ListTest, A_persistent_index_stays_with_its_row_when_the_order_changes) {
   model.Publish();
   EXPECT_EQ(index.row(), 1);
   EXPECT_EQ(index.data().toString(), QStringLiteral("b"));
+}
+
+TEST_F(ListTest, One_more_row_costs_the_same_however_many_there_are) {
+  const auto timeOfOne = [this](int rows) {
+    while (list.Count() < rows)
+      list.Add(QString::number(list.Count()), QStringLiteral("row"));
+    ListModel model(list);
+    const auto time = LeastTime(50, [&] {
+      list.Add(QString::number(list.Count()), QStringLiteral("row"));
+      model.Publish();
+    });
+    EXPECT_EQ(model.rowCount(), list.Count());
+    EXPECT_EQ(model.IndexOf(list.Item(list.Count())).row(), model.rowCount() - 1);
+    return time;
+  };
+  const auto few = timeOfOne(10);
+  EXPECT_LT(timeOfOne(100000), few * 20);
+}
+
+TEST_F(ListTest, Rows_that_come_go_and_are_sorted_within_a_frame_end_as_the_list_has_them) {
+  std::mt19937 chance(20261121);
+  ListModel model(list);
+  const QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::Fatal);
+  int number = 0;
+  for (int frame = 0; frame < 300; ++frame) {
+    for (int step = static_cast<int>(chance() % 4); step >= 0; --step) {
+      const auto what = chance() % 8;
+      if (what < 5) {
+        Add(QByteArray::number(++number).constData(), "1");
+      } else if (what < 7 && list.Count() > 0) {
+        list.Remove(
+            list.Item(1 + static_cast<qsizetype>(chance() % static_cast<quint64>(list.Count()))).Key());
+      } else if (chance() % 8 == 0) {
+        list.SetSorted(!list.Sorted());
+      }
+    }
+    model.Publish();
+    QStringList expected;
+    for (qsizetype i = 1; i <= list.Count(); ++i)
+      expected.append(list.Item(i).Key());
+    if (list.Sorted()) std::sort(expected.begin(), expected.end());
+    ASSERT_EQ(Shown(model), expected.join(u' ')) << frame;
+  }
 }
 
 TEST_F(ListTest, New_column_sets_reset_the_model) {

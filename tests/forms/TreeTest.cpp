@@ -8,6 +8,7 @@
 #include "forms/TreeModel.h"
 #include "forms/TreeView.h"
 #include "tests/support/FakeDesktop.h"
+#include "tests/support/LeastTime.h"
 
 namespace veltrane {
 namespace {
@@ -86,11 +87,32 @@ TEST_F(TreeTest, A_kept_node_outlives_its_removal_and_knows_of_it) {
 
 TEST_F(TreeTest, A_selection_below_a_removed_node_goes_to_its_parent) {
   Fill();
+  QStringList told;
+  tree.OnSelectionLost = [&told](TreeNode& node) { told.append(node.Key()); };
   tree.SetSelectedItem(tree.Find(QStringLiteral("A1")));
+  tree.Remove(QStringLiteral("B"));
+  EXPECT_EQ(told, QStringList());
   tree.Remove(QStringLiteral("A"));
   EXPECT_EQ(tree.SelectedItem(), tree.Find(QStringLiteral("ROOT")));
+  EXPECT_EQ(told, QStringList{QStringLiteral("ROOT")});
   tree.Remove(QStringLiteral("ROOT"));
   EXPECT_EQ(tree.SelectedItem(), nullptr);
+  EXPECT_EQ(told.size(), 1) << "there is no other node";
+}
+
+TEST_F(TreeTest, Unfolding_by_hand_is_told_and_by_code_is_not) {
+  Fill();
+  TreeNode& node = tree.Node(QStringLiteral("A"));
+  QStringList told;
+  tree.OnUnfold = [&told](TreeNode& unfolded) { told.append(unfolded.Key()); };
+  node.SetExpanded(true);
+  tree.FoldByHand(node, true);
+  tree.FoldByHand(node, false);
+  EXPECT_FALSE(node.Expanded());
+  EXPECT_EQ(told, QStringList());
+  tree.FoldByHand(node, true);
+  EXPECT_TRUE(node.Expanded());
+  EXPECT_EQ(told, QStringList{QStringLiteral("A")});
 }
 
 TEST_F(TreeTest, Renaming_keeps_keys_unique) {
@@ -162,6 +184,25 @@ TEST_F(TreeTest, The_model_shows_changes_only_when_they_are_published) {
   EXPECT_EQ(model.rowCount(model.IndexOf(tree.Node(QStringLiteral("B")))), 1);
   model.Publish();
   ExpectSame(model, tree);
+}
+
+TEST_F(TreeTest, One_more_node_costs_the_model_the_same_however_many_there_are) {
+  Fill();
+  const QString parent = QStringLiteral("A");
+  const auto timeOfOne = [&](qsizetype nodes) {
+    const auto add = [&] { tree.Add(parent, QString::number(tree.Count()), QStringLiteral("event"), {}); };
+    while (tree.Count() < nodes)
+      add();
+    TreeModel model(tree);
+    const auto time = LeastTime(50, [&] {
+      add();
+      model.Publish();
+    });
+    EXPECT_EQ(model.rowCount(model.IndexOf(tree.Node(parent))), tree.Node(parent).ChildCount());
+    return time;
+  };
+  const auto few = timeOfOne(10);
+  EXPECT_LT(timeOfOne(100000), few * 20);
 }
 
 TEST_F(TreeTest, The_model_tells_which_nodes_to_open) {

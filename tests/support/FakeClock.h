@@ -4,13 +4,17 @@
 #include <algorithm>
 
 #include "base/Clock.h"
+#include "base/Failure.h"
 #include "base/Timer.h"
 
 namespace veltrane {
 
 class FakeClock : public Clock {
  public:
-  LocalTime Now() const override { return mNow; }
+  LocalTime Now() const override {
+    if (mFailNow) throw Failure(FailureNumber::kInternal);
+    return mNow;
+  }
   Instant Steady() const override { return mSteady; }
   void Sleep(std::chrono::milliseconds time) override {
     mSlept += time;
@@ -18,6 +22,7 @@ class FakeClock : public Clock {
     if (OnSleep) OnSleep(time);
   }
 
+  bool mFailNow = false;
   LocalTime mNow{2026, 3, 9, 7, 5, 3, 42};
   Instant mSteady{std::chrono::seconds(1000)};
   std::chrono::milliseconds mSlept{0};

@@ -16,6 +16,7 @@ class FakeDesktop : public Desktop {
   explicit FakeDesktop(Journal& journal) : mJournal(journal) {}
 
   void ShowForm(Form& form, bool modal, Form* owner) override {
+    if (mFailShow) throw Failure(5, QStringLiteral("no window"));
     mJournal.Note((modal ? QStringLiteral("show modal ") : QStringLiteral("show ")) + form.Name() +
                   (owner ? QStringLiteral(" over ") + owner->Name() : QString()));
     // What the user does while the form is open.
@@ -37,12 +38,16 @@ class FakeDesktop : public Desktop {
   }
   std::optional<QString> AskForFile(const FileBox& box) override {
     mFileBoxes.append(box);
+    if (mFailFileBox) throw Failure(5, QStringLiteral("no window"));
     return mFileAnswers.isEmpty() ? std::nullopt : mFileAnswers.takeFirst();
   }
   std::optional<Colour> AskForColour(Colour) override {
     return mColourAnswers.isEmpty() ? std::nullopt : mColourAnswers.takeFirst();
   }
-  void OpenDocument(const QString& address) override { mJournal.Note(QStringLiteral("open ") + address); }
+  void OpenDocument(const QString& address) override {
+    if (mFailOpen) throw Failure(FailureNumber::kFileNotFound);
+    mJournal.Note(QStringLiteral("open ") + address);
+  }
   void DoEvents() override {
     mJournal.Note(QStringLiteral("yield"));
     if (OnDoEvents) OnDoEvents();
@@ -57,6 +62,9 @@ class FakeDesktop : public Desktop {
   std::function<void(const MessageBox&)> OnBox;
   std::function<void()> OnDoEvents;
   bool mFailTopMost = false;
+  bool mFailShow = false;
+  bool mFailOpen = false;
+  bool mFailFileBox = false;
 
  private:
   Journal& mJournal;

@@ -117,6 +117,7 @@ class FakeSocket : public Socket {
     const bool known =
         mRemoteHost == QStringLiteral("127.0.0.1") || mRemoteHost == QStringLiteral("localhost");
     if (!known) return FailConnect(kHostNotFound);
+    mRemoteHostIP = QStringLiteral("127.0.0.1");
     FakeSocket* listener = mNet.ListenerOn(mRemotePort);
     FakePeerListener* peerListener = mNet.PeerListenerOn(mRemotePort);
     if (!listener && !peerListener) return FailConnect(kSocketRefused);
@@ -125,7 +126,6 @@ class FakeSocket : public Socket {
     mNet.ConnectEnds(mEnd, other);
     Join(listener, peerListener, other);
     mLocalPort = mNet.mNextPort++;
-    mRemoteHostIP = QStringLiteral("127.0.0.1");
     mState = SocketState::kConnected;
     mEvents.Connect();
     return true;

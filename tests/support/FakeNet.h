@@ -47,6 +47,8 @@ class FakeNet : public NetWorld, public SocketFactory {
     mShuffled = true;
     mRandom.seed(seed);
   }
+  /// How many bytes may wait unread at an end.
+  void SetCapacity(qsizetype capacity) { mCapacity = capacity; }
   /// How many sockets of the program exist.
   qsizetype SocketCount() const { return mSockets.size(); }
   /// How many of them are not closed.

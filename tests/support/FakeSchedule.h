@@ -28,10 +28,12 @@ class FakeSchedule : public FailureSchedule {
   bool ShouldConnectionBeDangled(qint32& lngTimeBeforeDanglePeriod, qint32& lngPeriod,
                                  qint16& intDataToDangle, QString& strDescription) override {
     mJournal.Note(QStringLiteral("ask dangle"));
+    if (OnAsked) OnAsked();
     lngTimeBeforeDanglePeriod = mTimeBeforeDangle;
     lngPeriod = mDanglePeriod;
     intDataToDangle = mDangleDirection;
     strDescription = mDangleText;
+    if (OnDangleAsked) OnDangleAsked();
     return mDangle;
   }
   bool IsThrottlingNeeded(bool blnFromServerToClient, qint64 lngDataLength, qint64& lngAmountOfDataToSend,
@@ -42,8 +44,8 @@ class FakeSchedule : public FailureSchedule {
     lngNextSendPeriod = on && mThrottleBytes <= lngDataLength ? mThrottlePeriod : 0;
     return on;
   }
-  int optDangleClose() const override { return mDangleClose; }
-  int optGracefulTermination() const override { return mGraceful; }
+  int DangleCloseChoice() const override { return mDangleClose; }
+  int GracefulTerminationChoice() const override { return mGraceful; }
 
   bool mRefuse = false;
   bool mTerminate = false;
@@ -60,6 +62,7 @@ class FakeSchedule : public FailureSchedule {
   int mDangleClose = 1;
   int mGraceful = 0;
   std::function<void()> OnAsked;
+  std::function<void()> OnDangleAsked;
   std::function<void()> OnThrottle;
 
  private:

@@ -86,6 +86,8 @@ class JournalRecorder : public Recorder {
 
   std::function<void()> OnServerBytesReceived;
   std::function<void(SocketPair&)> OnDead;
+  /// Told of every call before it is written down.
+  std::function<void(const QString& operation)> OnNote;
 
  private:
   static QString Bytes(const Payload& data) {
@@ -93,6 +95,7 @@ class JournalRecorder : public Recorder {
                             : QString::fromLatin1(data.Bytes());
   }
   void Note(const char* what, const QStringList& arguments) {
+    if (OnNote) OnNote(QLatin1String(what));
     mJournal.Note(QLatin1String(what) + u'(' + arguments.join(QStringLiteral(", ")) + u')');
   }
 

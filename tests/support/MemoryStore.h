@@ -14,6 +14,7 @@ class MemoryStore : public SettingsStore {
     QString application, section, key, value;
   };
 
+  bool IsTheUsers() override { return mIsTheUsers; }
   QString GetSetting(const QString& application, const QString& section, const QString& key,
                      const QString& defaultValue) override {
     ++mReads;
@@ -41,6 +42,7 @@ class MemoryStore : public SettingsStore {
     return rows;
   }
   void DeleteSetting(const QString& application, const QString& section, const QString& key) override {
+    MaybeFail(mFailDeletes);
     const int at = Find(application, section, key);
     if (at < 0) throw Failure(FailureNumber::kBadArgument);
     mRows.removeAt(at);
@@ -54,6 +56,8 @@ class MemoryStore : public SettingsStore {
   QList<Row> mRows;
   int mReads = 0;
   bool mFailReads = false;
+  bool mFailDeletes = false;
+  bool mIsTheUsers = true;
   int mWritesBeforeFailure = -1;  // -1: never fails
 
  private:

@@ -3,6 +3,8 @@
 
 #include <QList>
 
+#include <functional>
+
 #include "base/RandomGenerator.h"
 
 namespace veltrane {
@@ -13,11 +15,15 @@ class ScriptedRandom : public RandomGenerator {
     ++mDraws;
     return mNumbers.isEmpty() ? 0.5F : mNumbers.takeFirst();
   }
-  void Randomize(unsigned seed) override { mSeeds.append(seed); }
+  void Randomize(unsigned seed) override {
+    mSeeds.append(seed);
+    if (OnSeed) OnSeed();
+  }
 
   QList<float> mNumbers;
   QList<unsigned> mSeeds;
   int mDraws = 0;
+  std::function<void()> OnSeed;
 };
 
 }  // namespace veltrane

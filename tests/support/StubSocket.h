@@ -27,8 +27,9 @@ class StubSocket : public Socket {
 
   void Listen() override {
     Note(QStringLiteral("Listen %1").arg(mLocalPort));
+    if (OnListen) OnListen();
     MaybeFail(mListenFailure);
-    mState = SocketState::kListening;
+    if (!mListensLate) mState = SocketState::kListening;
   }
   void Accept(qint32 requestId) override {
     Note(QStringLiteral("Accept %1").arg(requestId));
@@ -50,6 +51,7 @@ class StubSocket : public Socket {
   Payload GetData() override { return std::exchange(mArrived, {}); }
   void Close() override {
     Note(QStringLiteral("Close"));
+    MaybeFail(mCloseFailure);
     mState = SocketState::kClosed;
   }
 
@@ -81,7 +83,9 @@ class StubSocket : public Socket {
   QString mRemoteHost, mRemoteHostIP, mLocalIP = QStringLiteral("127.0.0.1");
   QByteArray mSent;
   Payload mArrived;
-  qint32 mListenFailure = 0, mAcceptFailure = 0, mConnectFailure = 0, mSendFailure = 0;
+  qint32 mListenFailure = 0, mAcceptFailure = 0, mConnectFailure = 0, mSendFailure = 0, mCloseFailure = 0;
+  bool mListensLate = false;
+  std::function<void()> OnListen;
 
  private:
   static void MaybeFail(qint32 number) {
@@ -101,12 +105,14 @@ class StubSocketFactory : public SocketFactory {
     const QString name = mNames.isEmpty() ? QStringLiteral("socket") : mNames.takeFirst();
     auto socket = std::make_unique<StubSocket>(*this, events, name, mJournal);
     socket->mListenFailure = mListenFailures.value(++mCreated, mListenFailure);
+    if (OnCreate) OnCreate(*socket);
     mSockets.append(socket.get());
     return socket;
   }
 
   /// Sockets that exist, in the order of their making.
   QList<StubSocket*> mSockets;
+  std::function<void(StubSocket&)> OnCreate;
   QStringList mNames;
   int mCreated = 0;
   qint32 mListenFailure = 0;

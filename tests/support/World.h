@@ -1,6 +1,8 @@
 // A whole system of fakes around a General, for tests of the logic.
 #pragma once
 
+#include <QTemporaryDir>
+
 #include "engine/General.h"
 #include "engine/Listening.h"
 #include "engine/PortTable.h"
@@ -28,10 +30,10 @@ class ErrorLog : public ErrorSink {
 
 struct World {
   World() : World(nullptr) {}
-  /// With another network than the stubs.
-  explicit World(SocketFactory* network)
-      : mGeneral({mStore, network ? *network : mSockets, mTimers, mClock, mRandom, mDesktop, mErrors,
-                  QStringLiteral("/opt/veltrane")},
+  /// With another network than the stubs, and other chance than the script's.
+  explicit World(SocketFactory* network, RandomGenerator* random = nullptr)
+      : mGeneral({mStore, network ? *network : mSockets, mTimers, mClock, random ? *random : mRandom,
+                  mDesktop, mErrors, QStringLiteral("/opt/veltrane"), mWriteFolder.path()},
                  AllProtocols()) {
     mGeneral.gobjLogging = &mRecorder;
     mGeneral.frmMain = &mMain;
@@ -64,6 +66,7 @@ struct World {
     return *mGeneral.gobjListening;
   }
 
+  QTemporaryDir mWriteFolder;
   Journal mJournal;
   MemoryStore mStore;
   FakeClock mClock;

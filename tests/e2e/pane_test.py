@@ -1,0 +1,193 @@
+"""Real-time pane, its options and the event window on a display, while real traffic runs. What the pane shows is told
+by the colours of its text and by whether it changes."""
+
+import os
+import pathlib
+import re
+import socket
+import subprocess
+import threading
+import time
+import unittest
+
+import veltrane
+from pictures import Window
+from traffic import Traffic
+from veltrane import Screen, Veltrane, sha, wait_for, windows
+
+# Places in the main window, in pixels.
+PANE = (258, 453, 738, 216)
+CLOSE_BOX = (1003, 439)
+TREE_ROW = 18
+TREE_TOP = 99
+
+BLUE = (0, 0, 255)  # from the client
+RED = (255, 0, 0)  # to the client
+BLACK = (0, 0, 0)
+
+MEGABYTE = 1000 * 1000
+
+
+def resident(run):
+    """Megabytes of memory that the program has."""
+    text = pathlib.Path(f"/proc/{run.process.pid}/status").read_text()
+    return int(re.search(r"VmRSS:\s+(\d+)", text).group(1)) / 1024
+
+
+class Pane(unittest.TestCase):
+    def setUp(self):
+        if not all(veltrane.which(name) for name in ("Xvfb", "xdotool", "openbox", "import")):
+            self.skipTest("Xvfb, xdotool, openbox or ImageMagick is not installed")
+        self.screen = Screen()
+        self.addCleanup(self.screen.close)
+        os.environ["DISPLAY"] = self.screen.display
+        self.program = self.enter(Veltrane(platform="xcb"))
+        self.traffic = self.enter(Traffic(self.program.store))
+
+    def start(self, **talk):
+        self.program.start(listening=self.traffic.ports)
+        self.traffic.start(**talk)
+        self.window = Window(self.screen)
+        self.window.key("alt+v")
+        self.window.key("e")  # the event history instead of the diagram
+
+    def enter(self, context):
+        self.addCleanup(context.__exit__, None, None, None)
+        return context.__enter__()
+
+    def colours(self):
+        """The colours of the pane's dots."""
+        left, top, width, height = PANE
+        crop = f"{width}x{height}+{left}+{top}"
+        done = subprocess.run(
+            ["import", "-window", self.window.id, "-crop", crop, "+repage", "-depth", "8", "rgb:-"],
+            env=self.screen.environment,
+            capture_output=True,
+            check=True,
+        )
+        return {tuple(done.stdout[i : i + 3]) for i in range(0, len(done.stdout), 3)}
+
+    def shows(self, wanted):
+        """Whether dots of nearly that colour are there: of small letters few are of a full colour."""
+        return any(sum(abs(a - b) for a, b in zip(colour, wanted)) < 100 for colour in self.colours())
+
+    def still(self, seconds=1.0):
+        before = self.window.grey(*PANE)
+        time.sleep(seconds)
+        return self.window.grey(*PANE) == before
+
+    def opened(self, title):
+        found = wait_for(lambda: windows(self.screen.display, title), 10, title)
+        time.sleep(0.3)
+        return found[0]
+
+    def click_in(self, window, x, y):
+        self.screen.tool("mousemove", "--window", window, str(x), str(y), "click", "1")
+        time.sleep(0.3)
+
+    def title(self, window):
+        done = subprocess.run(
+            ["xdotool", "getwindowname", window], env=self.screen.environment, capture_output=True, text=True, check=True
+        )
+        return done.stdout.strip()
+
+    def test_data_goes_by_with_its_preamble_in_the_colour_of_its_direction(self):
+        self.start()
+        wait_for(lambda: self.shows(BLUE) and self.shows(RED) and self.shows(BLACK), 10, "the three colours")
+        self.assertFalse(self.still())
+
+    def test_options_act_at_the_click_and_Cancel_takes_them_back(self):
+        self.start()
+        self.window.key("alt+v")
+        self.window.key("r")
+        dialog = self.opened("^Real Time Data$")
+        self.click_in(dialog, 56, 107)  # Client To VLT
+        self.click_in(dialog, 56, 155)  # VLT To Client
+        # Aside, so that the whole pane is seen.
+        self.screen.tool("windowmove", "--sync", dialog, "700", "0")
+        self.screen.tool("windowraise", self.window.id)
+        wait_for(self.still, 10, "the pane to stand")
+        self.screen.tool("windowfocus", "--sync", dialog)
+        self.screen.tool("key", "Escape")
+        wait_for(lambda: not windows(self.screen.display, "^Real Time Data$"), 10, "the dialog to close")
+        wait_for(lambda: not self.still(), 10, "the pane to go on")
+        self.assertIsNone(self.program.store.get("RealTime", "ClientToVLT"))
+
+    def test_the_format_is_chosen_and_saved(self):
+        self.start()
+        self.window.key("alt+v")
+        self.window.key("r")
+        dialog = self.opened("^Real Time Data$")
+        self.click_in(dialog, 173, 22)  # the page of the format
+        self.click_in(dialog, 325, 86)  # Binary
+        self.screen.tool("key", "Return")
+        wait_for(lambda: not windows(self.screen.display, "^Real Time Data$"), 10, "the dialog to close")
+        self.assertEqual(self.program.store.get("RealTime", "DisplayAs"), "4")
+        self.assertEqual(self.program.store.get("RealTime", "BytesPerRow"), "16")
+        self.assertEqual(self.program.store.get("Options", "Color1"), "16711680")
+
+    def test_the_close_box_hides_the_pane_and_the_store_remembers(self):
+        self.start()
+        wait_for(lambda: self.shows(RED), 10, "data")
+        self.window.click(*CLOSE_BOX)
+        wait_for(lambda: not self.shows(RED), 10, "the pane to go")
+        self.assertEqual(self.program.stop(), (0, ""))
+        self.assertEqual(self.program.store.get("RealTime", "ShowRealTimeData"), "0")
+
+    def test_the_event_window_walks_through_a_connection_and_follows_the_tree(self):
+        self.start(talkers=0)
+        for row in (1, 2, 3, 4):  # the port, the peer, its first connection, that one's first event
+            self.window.click(120, TREE_TOP + TREE_ROW * row)
+        self.window.click(300, 117, repeat=2)
+        details = self.opened("^Event Details")
+        self.assertEqual(self.title(details), "Event Details - #1  Remote connection request accepted")
+        self.click_in(details, 489, 339)
+        self.assertTrue(self.title(details).startswith("Event Details - #2  A connection request has been made to "))
+        self.click_in(details, 489, 339)
+        self.click_in(details, 489, 339)
+        self.assertEqual(self.title(details), "Event Details - #4  51 bytes of data has been received from the remote client.")
+        self.click_in(details, 34, 339)
+        self.assertTrue(self.title(details).startswith("Event Details - #3  "))
+        self.window.click(120, TREE_TOP + TREE_ROW * 7)
+        self.assertTrue(self.title(details).startswith("Event Details - #4  51 bytes"))
+        self.window.click(120, TREE_TOP)
+        self.assertEqual(self.title(details), "Event Details - No Event")
+        self.screen.tool("windowsize", "--sync", details, "600", "450")
+        time.sleep(0.5)
+        self.assertEqual(self.program.stop(), (0, ""))
+        self.assertEqual(self.program.store.get("EventDetails", "Width"), "9000")
+        self.assertEqual(self.program.store.get("EventDetails", "Height"), "6750")
+
+    def test_a_large_download_arrives_unchanged_under_an_open_pane_and_memory_stays_flat(self):
+        payload = os.urandom(MEGABYTE) * 200
+        server = socket.create_server(("127.0.0.1", 0))
+        self.addCleanup(server.close)
+
+        def serve():
+            for _ in range(6):
+                with server.accept()[0] as connection:
+                    connection.sendall(payload)
+
+        threading.Thread(target=serve, daemon=True).start()
+        port = veltrane.free_port()
+        self.program.store.add_port(port, server="127.0.0.1", server_port=server.getsockname()[1])
+        for key in ("ServerToVLT", "VLTToServer"):
+            self.program.store.set("RealTime", key, 1)
+        self.program.start(listening=[port])
+        self.window = Window(self.screen)
+        memory = []
+        for _ in range(6):
+            received = bytearray()
+            with socket.create_connection(("127.0.0.1", port), timeout=30) as client:
+                while data := client.recv(1 << 20):
+                    received += data
+            self.assertEqual(sha(received), sha(payload))
+            memory.append(resident(self.program))
+        self.assertTrue(self.shows(RED))
+        # Of 1.2 GB that went by, which are more as text. A client that reads slowly lets a whole download wait.
+        self.assertLess(max(memory), 500, memory)
+        self.assertEqual(self.program.stop(), (0, ""))
+
+
+if __name__ == "__main__":
+    veltrane.main()

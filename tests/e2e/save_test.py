@@ -1,0 +1,175 @@
+"""Saving from the running program: a connection is selected in the tree with the mouse, and saved in each form with
+the keys. What the raw files hold is compared with what went over the wire."""
+
+import ftplib
+import os
+import re
+import socket
+import threading
+import time
+import unittest
+
+import history
+import servers
+import veltrane
+from pictures import Window
+from veltrane import expect_end, payload, sha, wait_for, windows
+
+ROOT_ROW = 99  # the middle of the tree's first row, in pixels
+ROW = 18
+# By default the program keeps 400 KB of history; the connections stay below.
+# What the text file holds without any box checked: kinds of which all events are let in.
+IN_TEXT = (history.FROM_SERVER, history.TO_CLIENT, history.FROM_CLIENT, history.TO_SERVER)
+
+
+class Recorder:
+    """A web server for one request, which keeps what came."""
+
+    def __init__(self, reply):
+        self.listener = socket.create_server(("127.0.0.1", 0))
+        self.port = self.listener.getsockname()[1]
+        self.reply = reply
+        self.received = b""
+        self.thread = threading.Thread(target=self.serve, daemon=True)
+        self.thread.start()
+
+    def serve(self):
+        connection, _ = self.listener.accept()
+        with connection:
+            while not self.complete():
+                self.received += connection.recv(65536)
+            connection.sendall(self.reply)
+
+    def complete(self):
+        head, end, body = self.received.partition(b"\r\n\r\n")
+        length = re.search(rb"Content-Length: (\d+)", head)
+        return end and len(body) == int(length.group(1))
+
+
+class Saves(veltrane.ProgramTest):
+    def setUp(self):
+        self.need("Xvfb", "xdotool", "openbox", "curl")
+        self.screen = veltrane.Screen()
+        self.addCleanup(self.screen.close)
+        os.environ["DISPLAY"] = self.screen.display
+
+    def start(self, protocol):
+        self.run, port = self.serve(protocol, platform="xcb")
+        self.window = Window(self.screen)
+        return port
+
+    def select(self, *rows):
+        """Clicks rows of the tree, each of which unfolds the next ones."""
+        for row in rows:
+            self.window.click(120, ROOT_ROW + ROW * row)
+            time.sleep(0.3)
+
+    def keys(self, *keys):
+        self.screen.tool("key", "--delay", "40", *keys)
+
+    def save(self, name, *keys):
+        """Opens the dialog by the menu, types the path, and then the keys, the last of which press Save."""
+        path = self.run.home / name
+        # The dialog before may not have given the focus back yet.
+        self.screen.tool("windowactivate", "--sync", self.window.id)
+        time.sleep(0.3)
+        self.keys("alt+t")
+        time.sleep(0.5)
+        self.keys("s")
+        dialog = wait_for(lambda: windows(self.screen.display, "^Save Data$"), 5, "the dialog")[0]
+        # Into the field of the path, at the top; the keys count from there.
+        self.screen.tool("mousemove", "--window", dialog, "200", "20", "click", "1")
+        time.sleep(0.3)
+        self.keys("ctrl+a")
+        self.screen.tool("type", str(path))
+        self.keys(*keys)
+        wait_for(lambda: not windows(self.screen.display, "^Save Data$"), 5, f"the dialog to close on {name}")
+        return path
+
+    def save_report(self):
+        # Backwards: Cancel, Save.
+        return self.save("Report.htm", "shift+Tab", "shift+Tab", "space")
+
+    def save_text(self):
+        # The file's button, the format; its five boxes, the direction, the digits, the width, the opening, Save.
+        return self.save("text", "Tab", "Tab", "Down", *["Tab"] * 10, "space")
+
+    def save_raw(self, direction):
+        # As above to the direction and the digits, up to the raw data; the direction, the opening, Save.
+        choose = [*["Tab"] * 6, "Home", *["Down"] * direction, "Tab", "Up"]
+        return self.save(f"raw{direction}", "Tab", "Tab", "Down", *choose, *["Tab"] * 3, "space")
+
+    def expect_saved(self, records, wanted):
+        """wanted: the bytes of each direction, in the order of the list."""
+        for direction, data in enumerate(wanted):
+            saved = self.save_raw(direction).read_bytes()
+            self.assertEqual((len(saved), sha(saved)), (len(data), sha(data)), f"direction {direction}")
+        self.expect_text(records)
+        self.expect_report(records)
+
+    def expect_text(self, records):
+        text = self.save_text().read_bytes()
+        rows = [line[19:].replace(b" ", b"").rstrip(b".") for line in text.split(b"\r\n") if line]
+        told = b"".join(record.data for record in records if record.kind in IN_TEXT)
+        self.assertGreater(len(told), 0)
+        self.assertEqual(sha(bytes.fromhex(b"".join(rows).decode())), sha(told))
+
+    def expect_report(self, records):
+        path = self.save_report()
+        page = path.read_bytes()
+        self.assertTrue(page.startswith(b"<html>"))
+        pages = {f"Event{number}.htm" for number in range(1, len(records) + 1)}
+        self.assertEqual({entry.name for entry in path.with_suffix("").iterdir()}, pages)
+        for name in re.findall(rb"images/(\w+\.gif)", page):
+            self.assertTrue((path.parent / "images" / name.decode()).exists(), name)
+        self.assertEqual(set(re.findall(rb"Report/(Event\d+\.htm)", page)), {name.encode() for name in pages})
+
+    def test_a_web_request(self):
+        body = payload(60_000)
+        reply = b"HTTP/1.1 200 OK\r\nContent-Length: %d\r\nConnection: close\r\n\r\n" % len(body) + body
+        server = Recorder(reply)
+        self.addCleanup(server.listener.close)
+        port = self.start("HTTP")
+        site = f"http://127.0.0.1:{server.port}"
+        sent = self.run.home / "sent"
+        sent.write_bytes(payload(40_000))
+        words = ["--noproxy", "", "-x", f"http://127.0.0.1:{port}", "--data-binary", f"@{sent}", f"{site}/page"]
+        self.assertEqual(sha(self.run_client("curl", "-sS", *words)), sha(body))
+        server.thread.join(10)
+        wait_for(lambda: history.parse_so_far(self.run.log)[-1].kind == history.CLOSED_CLIENT, 10, "the end")
+        # The client names the server in the request line; nothing else changes on the way.
+        asked = server.received.replace(b"POST ", b"POST " + site.encode(), 1)
+        self.assertIn(sent.read_bytes(), asked)
+        self.select(1, 2, 3)
+        self.expect_saved(history.parse(self.run.log), [asked, server.received, reply, reply])
+        expect_end(self, self.run)
+
+    def test_an_upload_to_an_ftp_server_while_it_stands(self):
+        try:
+            import pyftpdlib  # noqa: F401
+        except ImportError:
+            self.skipTest("pyftpdlib is not installed")
+        site = servers.FileServer()
+        self.addCleanup(site.close)
+        port = self.start("FTP")
+        client = ftplib.FTP()
+        self.addCleanup(client.close)
+        client.connect("127.0.0.1", port, timeout=30)
+        client.login(f"{site.USER}@127.0.0.1:{site.port}", site.PASSWORD)
+        client.voidcmd("TYPE I")
+        upload = payload(80_000)
+        with client.transfercmd("STOR up") as data:
+            data.sendall(upload)
+            wait_for(lambda: (site.files / "up").stat().st_size == len(upload), 10, "the upload")
+            # Below the FTP port stands that of the data.
+            self.select(2, 3, 4)
+            records = [record for record in history.parse(self.run.log) if record.id == "KEY2"]
+            self.expect_saved(records, [upload, upload, b"", b""])
+        client.voidresp()
+        client.quit()
+        self.assertEqual(sha((site.files / "up").read_bytes()), sha(upload))
+        expect_end(self, self.run)
+
+
+if __name__ == "__main__":
+    veltrane.main()
