@@ -13,3 +13,8 @@ if(VELTRANE_SANITIZE)
                       -O1 -g1)
   add_link_options(-fsanitize=address,undefined)
 endif()
+
+if(VELTRANE_FUZZ)
+  # The fuzzer follows which way each input takes.
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
