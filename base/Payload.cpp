@@ -4,19 +4,67 @@
 #include <utility>
 
 namespace veltrane {
+namespace {
+
+/// Up to here, copying costs less than keeping a list.
+constexpr qsizetype kMostJoined = 64 * 1024;
+
+}  // namespace
+
+Payload Payload::Run(QList<Payload> pieces, qsizetype size) {
+  if (pieces.size() == 1) return pieces.first();
+  Payload run;
+  run.mSize = size;
+  if (size > 0) run.mRun = std::make_shared<const QList<Payload>>(std::move(pieces));
+  return run;
+}
 
 Payload Payload::Piece(qsizetype offset, qsizetype length) const {
-  Payload piece(*this);
   const qsizetype start = std::clamp<qsizetype>(offset, 0, mSize);
+  const qsizetype size = std::clamp<qsizetype>(length, 0, mSize - start);
+  if (mRun) return PieceOfRun(start, size);
+  Payload piece(*this);
   piece.mOffset += start;
-  piece.mSize = std::clamp<qsizetype>(length, 0, mSize - start);
+  piece.mSize = size;
   return piece;
 }
 
+Payload Payload::PieceOfRun(qsizetype offset, qsizetype length) const {
+  QList<Payload> pieces;
+  qsizetype missing = length;
+  for (const Payload& piece : *mRun) {
+    if (missing == 0) break;
+    if (offset < piece.Size()) {
+      pieces.append(piece.Piece(offset, missing));
+      missing -= pieces.last().Size();
+      offset = 0;
+    } else {
+      offset -= piece.Size();
+    }
+  }
+  return Run(std::move(pieces), length);
+}
+
+void Payload::Join() const {
+  QByteArray joined;
+  joined.reserve(mSize);
+  for (const Payload& piece : *mRun)
+    joined.append(piece.View());
+  mBytes = std::move(joined);
+  mRun.reset();
+}
+
+void Payload::AppendTo(QList<Payload>& pieces) const {
+  if (mRun) {
+    pieces.append(*mRun);
+  } else if (!IsEmpty()) {
+    pieces.append(*this);
+  }
+}
+
 void PayloadBuffer::Append(Payload piece) {
-  if (piece.IsEmpty()) return;
   mSize += piece.Size();
-  mPieces.append(std::move(piece));
+  piece.AppendTo(mPieces);
 }
 
 void PayloadBuffer::Prepend(const PayloadBuffer& front) {
@@ -39,13 +87,23 @@ Payload PayloadBuffer::Take(qsizetype bytes) {
     mSize -= bytes;
     return mPieces.takeFirst();
   }
+  return bytes <= kMostJoined ? TakeJoined(bytes) : TakeRun(bytes);
+}
+
+Payload PayloadBuffer::TakeJoined(qsizetype bytes) {
   QByteArray joined;
   joined.reserve(bytes);
-  while (joined.size() < bytes) {
-    const Payload piece = Take(std::min(bytes - joined.size(), mPieces.first().Size()));
-    joined.append(piece.View());
-  }
+  while (joined.size() < bytes)
+    joined.append(Take(std::min(bytes - joined.size(), mPieces.first().Size())).View());
   return joined;
+}
+
+Payload PayloadBuffer::TakeRun(qsizetype bytes) {
+  if (bytes == mSize) return Payload::Run(std::exchange(mPieces, {}), std::exchange(mSize, 0));
+  QList<Payload> pieces;
+  for (qsizetype missing = bytes; missing > 0; missing -= pieces.last().Size())
+    pieces.append(Take(std::min(missing, mPieces.first().Size())));
+  return Payload::Run(std::move(pieces), bytes);
 }
 
 void PayloadBuffer::Clear() {

@@ -1,12 +1,15 @@
 // Bytes of the wire. A Payload is a piece of a received chunk that shares the chunk's memory with all other
 // pieces of it: the event that records a chunk, the event that records its sending and the socket's queue
-// hold the same bytes. A PayloadBuffer is a queue of such pieces.
+// hold the same bytes. One that was taken across many chunks is a run of such pieces. A PayloadBuffer is a
+// queue of pieces.
 #pragma once
 
 #include <QByteArray>
 #include <QByteArrayView>
 #include <QList>
 #include <QString>
+
+#include <memory>
 
 namespace veltrane {
 
@@ -20,19 +23,43 @@ class Payload {
 
   qsizetype Size() const { return mSize; }
   bool IsEmpty() const { return mSize == 0; }
-  const char* Data() const { return mBytes.constData() + mOffset; }
+  /// A run is joined by this, for good but in this copy of it only.
+  const char* Data() const {
+    if (mRun) Join();
+    return mBytes.constData() + mOffset;
+  }
   QByteArrayView View() const { return {Data(), mSize}; }
 
   /// length bytes from a 0-based offset, cut to what is there; shares the memory.
   Payload Piece(qsizetype offset, qsizetype length) const;
 
   /// The bytes on their own; costs nothing when this is a whole chunk.
-  QByteArray Bytes() const { return mSize == mBytes.size() ? mBytes : View().toByteArray(); }
+  QByteArray Bytes() const {
+    const QByteArrayView view = View();
+    return mSize == mBytes.size() ? mBytes : view.toByteArray();
+  }
+
+  /// Whether both are the very same bytes, not just equal ones.
+  bool IsSameAs(const Payload& other) const {
+    return mBytes.constData() == other.mBytes.constData() && mRun == other.mRun && mOffset == other.mOffset &&
+           mSize == other.mSize;
+  }
+
+  /// Appends the pieces, none of which is a run, to a list of pieces.
+  void AppendTo(QList<Payload>& pieces) const;
 
   friend bool operator==(const Payload& left, const Payload& right) { return left.View() == right.View(); }
 
  private:
-  QByteArray mBytes;
+  friend class PayloadBuffer;
+  /// pieces: none is empty or a run.
+  static Payload Run(QList<Payload> pieces, qsizetype size);
+  Payload PieceOfRun(qsizetype offset, qsizetype length) const;
+  void Join() const;
+
+  // Of one piece, the bytes; of a run, the pieces.
+  mutable QByteArray mBytes;
+  mutable std::shared_ptr<const QList<Payload>> mRun;
   qsizetype mOffset = 0;
   qsizetype mSize = 0;
 };
@@ -48,12 +75,16 @@ class PayloadBuffer {
   void Append(Payload piece);
   /// Puts all of front before what is held.
   void Prepend(const PayloadBuffer& front);
-  /// Takes the first bytes (at most all) out, as one piece; copies only where they span several chunks.
+  /// Takes the first bytes (at most all) out. Where they span several chunks, few are copied into one piece
+  /// and many stay a run.
   Payload Take(qsizetype bytes);
   Payload TakeAll() { return Take(mSize); }
   void Clear();
 
  private:
+  Payload TakeJoined(qsizetype bytes);
+  Payload TakeRun(qsizetype bytes);
+
   QList<Payload> mPieces;
   qsizetype mSize = 0;
 };

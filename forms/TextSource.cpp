@@ -18,7 +18,7 @@ class StandingBytes : public TextSource {
   explicit StandingBytes(Payload bytes) : mBytes(std::move(bytes)) {}
   qsizetype Length() const override { return mBytes.Size(); }
   QString Piece(qsizetype offset, qsizetype length) const override {
-    return QString::fromLatin1(mBytes.View().sliced(offset, length));
+    return QString::fromLatin1(mBytes.Piece(offset, length).View());
   }
 
  private:

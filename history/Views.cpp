@@ -49,8 +49,10 @@ constexpr std::array kEventItems{
     EventItem{"Error Number", OfEvent<&SocketEvent::mlngErrorNumber>},
     EventItem{"Error Description", OfEvent<&SocketEvent::mstrErrorString>},
     EventItem{"Description", OfEvent<&SocketEvent::mstrDescription>},
-    EventItem{"Data", [](const SocketEvent& event,
-                         const SocketPairHistory&) { return QString::fromLatin1(event.mstrData.View()); }},
+    EventItem{"Data",
+              [](const SocketEvent& event, const SocketPairHistory&) {
+                return QString::fromLatin1(Payload(event.mstrData).View());
+              }},
     EventItem{"Remote Client Address", OfHistory<&SocketPairHistory::mstrRemoteClientIP>},
     EventItem{"Remote Client Name", OfHistory<&SocketPairHistory::mstrRemoteClientName>},
     EventItem{"Remote Client Port", OfHistory<&SocketPairHistory::mlngRemoteClientPort>},

@@ -120,7 +120,8 @@ QByteArray frmRealTimeLogging::Record(const SocketPair& pair, const SocketEvent&
   // A pair that was unloaded while its own event still runs has none.
   const ProtocolHandler* handler = pair.mobjProtocolHandler.get();
   QByteArray record;
-  const QByteArray data = EscapeForLog(event.mstrData.View());
+  // A copy, so that what waited long is not joined in the event itself.
+  const QByteArray data = EscapeForLog(Payload(event.mstrData).View());
   record.reserve(data.size() + 512);
   AppendField(record, event.mstrEventTime);
   AppendField(record, pair.SocketPairKey());

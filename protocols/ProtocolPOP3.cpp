@@ -43,7 +43,6 @@ void ProtocolPOP3::ServerSpoke(const Payload& data) {
     if (!mvarClientBuffer.IsEmpty() && Pair().ClientState() == SocketState::kConnected) {
       // Only the pending flag: what the client says before this is sent goes out on its own.
       SendBuffer(kToServer);
-      mblnAwaitingGreeting = false;
       mLoginIsPassed = false;
       return;
     }
@@ -51,6 +50,11 @@ void ProtocolPOP3::ServerSpoke(const Payload& data) {
   }
   mLoginIsPassed = mblnAwaitingGreeting;
   SiteHandler::ServerSpoke(data);
+}
+
+void ProtocolPOP3::SendBuffer(const Lane& lane) {
+  if (lane.clientToServer) mblnAwaitingGreeting = false;
+  SiteHandler::SendBuffer(lane);
 }
 
 }  // namespace veltrane

@@ -19,9 +19,11 @@ class ProtocolPOP3 : public SiteHandler {
   void RouteRequest(Payload& data, QString& host, qint32& port) override;
   void BeginRelay() override;
   void ServerSpoke(const Payload& data) override;
+  void SendBuffer(const Lane& lane) override;
 
  private:
-  /// The proxy has greeted, and the real server's greeting is still to come.
+  /// The proxy has greeted, and the login waits for the real server's greeting. A dangle or a send that has
+  /// left may let the login go before that; what the server says then is no greeting any more.
   bool mblnAwaitingGreeting = false;
 };
 

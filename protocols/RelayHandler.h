@@ -117,7 +117,7 @@ class RelayHandler : public ProtocolHandler {
   /// dangle.
   void SendOwn(const Lane& lane, const Payload& text);
   /// Offers the whole buffer; the throttle's rest is the new buffer.
-  void SendBuffer(const Lane& lane);
+  virtual void SendBuffer(const Lane& lane);
   void DisconnectIfConnected(const Lane& lane);
   /// Marks the pair dead and closes both sides, the local client first.
   void FinishPair();

@@ -85,7 +85,7 @@ QByteArray Preamble(const frmSaveHistory& options, const SocketEvent& event) {
 }
 
 /// In place: the rows are many times as long as the data.
-void AppendRows(QByteArray& text, const Payload& data, quint8 format, qint16 bytesPerRow) {
+void AppendRows(QByteArray& text, Payload data, quint8 format, qint16 bytesPerRow) {
   const qsizetype before = text.size();
   text.resize(before + FormatTextRequiredLength(data.Size(), format, bytesPerRow));
   text.truncate(before + FormatText(data.Data(), text.data() + before, format, bytesPerRow, data.Size()));
@@ -129,7 +129,7 @@ QByteArray GetEventAsText(const frmSaveHistory& options, const SocketPairHistory
   if (!IsLetIn(KindOf(event), options)) return {};
   QByteArray text = Preamble(options, event);
   if (options.optDisplayAs.Value(0)) {
-    text.append(event.mstrData.View());
+    text.append(Payload(event.mstrData).View());
   } else if (!event.mstrData.IsEmpty()) {
     AppendRows(text, event.mstrData, GetFormatCode(options), GetBytesPerRow(options));
   }

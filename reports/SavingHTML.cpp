@@ -308,7 +308,8 @@ QByteArray Pages::EventPage(qsizetype position) const {
   for (const auto& row : rows)
     page += QByteArray("<tr><td>") + row.caption + "</td><td>" + ToPage(row.value) + "</td></tr>\r\n";
   page += "</table>\r\n<br>Data:<br>\r\n<table><tr><td nowrap><font face='Courier New'><small>";
-  page += EscapeForPage(FormatRows(event.mstrData.View(), GetFormatCode(mOptions), GetBytesPerRow(mOptions)));
+  page += EscapeForPage(
+      FormatRows(Payload(event.mstrData).View(), GetFormatCode(mOptions), GetBytesPerRow(mOptions)));
   page += "</small></font></td></tr></table>\r\n";
   return page + Foot() + "\r\n";
 }

@@ -172,7 +172,7 @@ void frmEventDetails::ShowData(const Payload& data) {
   const quint8 format = GetFormatCode();
   // Plain text has no rows.
   const qint16 bytesPerRow = format == 0 ? qint16{0} : ToInt16(txtBytesPerRow.Text());
-  const Shown now{data.Data(), data.Size(), format, bytesPerRow};
+  const Shown now{data, format, bytesPerRow};
   if (data.IsEmpty()) {
     mShown = {};
     txtData.SetText(QStringLiteral("<No data in this event>"));

@@ -71,11 +71,12 @@ class frmEventDetails : public Form, public EventDetails {
 
   /// What txtData shows: the same again leaves it alone.
   struct Shown {
-    const char* data = nullptr;
-    qsizetype size = 0;
+    Payload data = {};
     quint8 format = 0;
     qint16 bytesPerRow = 0;
-    friend bool operator==(const Shown&, const Shown&) = default;
+    bool operator==(const Shown& other) const {
+      return data.IsSameAs(other.data) && format == other.format && bytesPerRow == other.bytesPerRow;
+    }
   };
 
   void LoadSettings();

@@ -1,12 +1,14 @@
 #include "engine/net/Connection.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <linux/sockios.h>
 #include <netinet/tcp.h>
 #include <sys/epoll.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
+#include <sys/uio.h>
 #include <utility>
 
 #include "engine/net/Reactor.h"
@@ -18,6 +20,8 @@ namespace {
 
 /// From this size on a read asks first how much there is and goes straight into memory of its own.
 constexpr qsizetype kLargeRead = 16 * 1024;
+/// How many pieces go to the kernel at once: many small ones make few packets.
+constexpr int kSendPieces = 64;
 /// A peer that sends on and on while its closed connection lingers is not read for ever.
 constexpr int kDiscardRounds = 16;
 
@@ -129,25 +133,38 @@ void Connection::ConnectFailed(int systemError) {
 void Connection::Send(const Payload& data) {
   if (mSendError != 0) return;
   const bool idle = mQueue.isEmpty();
-  mQueue.append(data);
+  data.AppendTo(mQueue);
   mCompletionDue = true;
   if (idle) Flush();
 }
 
+ssize_t Connection::SendPieces() {
+  std::array<iovec, kSendPieces> pieces;
+  const auto count = static_cast<std::size_t>(std::min<qsizetype>(mQueue.size(), kSendPieces));
+  for (std::size_t i = 0; i < count; ++i) {
+    const Payload& piece = mQueue.at(static_cast<qsizetype>(i));
+    pieces[i] = {const_cast<char*>(piece.Data()), static_cast<std::size_t>(piece.Size())};
+  }
+  msghdr message{};
+  message.msg_iov = pieces.data();
+  message.msg_iovlen = count;
+  return ::sendmsg(Descriptor(), &message, MSG_NOSIGNAL | MSG_DONTWAIT);
+}
+
 void Connection::Flush() {
   while (!mQueue.isEmpty()) {
-    Payload& piece = mQueue.first();
-    const ssize_t sent = ::send(Descriptor(), piece.Data(), static_cast<std::size_t>(piece.Size()),
-                                MSG_NOSIGNAL | MSG_DONTWAIT);
+    qsizetype sent = SendPieces();
     if (sent < 0) {
       if (!WouldBlock(errno)) SendFailed(errno);
       break;
     }
-    if (sent < piece.Size()) {
+    for (; !mQueue.isEmpty() && sent >= mQueue.first().Size(); mQueue.removeFirst())
+      sent -= mQueue.first().Size();
+    if (sent > 0) {
+      Payload& piece = mQueue.first();
       piece = piece.Piece(sent, piece.Size());
       break;
     }
-    mQueue.removeFirst();
   }
   if (mQueue.isEmpty()) {
     if (!mOwner) {

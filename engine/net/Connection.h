@@ -40,6 +40,8 @@ class Connection : public Channel {
   void ConnectTo(in_addr address, in_port_t port);
   void FinishConnect();
   void ConnectFailed(int systemError);
+  /// Gives the kernel what it takes; the count of bytes, negative when it failed.
+  ssize_t SendPieces();
   void Flush();
   void SendFailed(int systemError);
   /// One read; the number of bytes, 0 at the end of the stream, -1 with errno.

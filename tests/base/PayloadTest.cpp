@@ -59,6 +59,83 @@ TEST(PayloadBuffer, A_piece_inside_one_chunk_is_not_copied) {
   EXPECT_EQ(buffer.Size(), 20000 - 2 * 8192);
 }
 
+TEST(PayloadBuffer, Few_bytes_of_many_chunks_are_joined) {
+  PayloadBuffer buffer;
+  for (int i = 0; i < 1000; ++i)
+    buffer.Append(QByteArray(8, static_cast<char>('a' + i % 26)));
+  QList<Payload> pieces;
+  const Payload taken = buffer.Take(8000);
+  taken.AppendTo(pieces);
+  EXPECT_EQ(pieces.size(), 1);
+  EXPECT_EQ(taken.Size(), 8000);
+  EXPECT_TRUE(taken.View().startsWith("aaaaaaaabbbbbbbb"));
+}
+
+/// What waits in a buffer when a slow reader is ready again: chunks of 100,000 bytes, each of one letter.
+class PayloadRun : public testing::Test {
+ protected:
+  PayloadRun() {
+    for (char letter = 'a'; letter < 'f'; ++letter) {
+      mChunks.append(QByteArray(100000, letter));
+      mBuffer.Append(mChunks.last());
+      mAll.append(mChunks.last());
+    }
+  }
+
+  static QList<Payload> PiecesOf(const Payload& payload) {
+    QList<Payload> pieces;
+    payload.AppendTo(pieces);
+    return pieces;
+  }
+
+  QList<QByteArray> mChunks;
+  PayloadBuffer mBuffer;
+  QByteArray mAll;
+};
+
+TEST_F(PayloadRun, Taking_all_copies_nothing) {
+  const Payload all = mBuffer.TakeAll();
+  EXPECT_TRUE(mBuffer.IsEmpty());
+  EXPECT_EQ(all.Size(), 500000);
+  const QList<Payload> pieces = PiecesOf(all);
+  ASSERT_EQ(pieces.size(), 5);
+  for (qsizetype i = 0; i < 5; ++i)
+    EXPECT_EQ(pieces[i].Data(), mChunks[i].constData());
+}
+
+TEST_F(PayloadRun, Taking_a_part_cuts_the_last_chunk) {
+  const Payload part = mBuffer.Take(250000);
+  const QList<Payload> pieces = PiecesOf(part);
+  ASSERT_EQ(pieces.size(), 3);
+  EXPECT_EQ(pieces[2].Size(), 50000);
+  EXPECT_EQ(mBuffer.Size(), 250000);
+  EXPECT_EQ(part.Bytes() + mBuffer.TakeAll().Bytes(), mAll);
+}
+
+TEST_F(PayloadRun, A_piece_of_it_is_found_at_every_place) {
+  const Payload all = mBuffer.TakeAll();
+  for (const qsizetype offset : {0, 1, 99999, 100000, 199999, 400000, 499999, 500000, 600000}) {
+    for (const qsizetype length : {0, 1, 2, 100000, 100001, 300000, 600000})
+      EXPECT_EQ(all.Piece(offset, length).Bytes(), mAll.mid(offset, length)) << offset << ' ' << length;
+  }
+  EXPECT_EQ(PiecesOf(all).size(), 5);
+}
+
+TEST_F(PayloadRun, Looking_at_a_copy_leaves_the_run_as_it_is) {
+  const Payload all = mBuffer.TakeAll();
+  const Payload copy(all);
+  EXPECT_TRUE(copy.IsSameAs(all));
+  EXPECT_EQ(copy.View(), QByteArrayView(mAll));
+  EXPECT_EQ(PiecesOf(copy).size(), 1);
+  EXPECT_EQ(PiecesOf(all).size(), 5);
+}
+
+TEST_F(PayloadRun, A_rest_goes_back_to_the_front_in_pieces) {
+  PayloadBuffer rest{mBuffer.Take(250000)};
+  mBuffer.Prepend(rest);
+  EXPECT_EQ(PiecesOf(mBuffer.TakeAll()).size(), 6);
+}
+
 TEST(PayloadBuffer, Prepend_puts_a_rest_back_to_the_front) {
   PayloadBuffer buffer{Payload(QByteArray("world"))};
   PayloadBuffer front{Payload(QByteArray("hel"))};

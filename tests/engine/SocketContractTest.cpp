@@ -397,6 +397,19 @@ TYPED_TEST(SocketContract, Sixty_four_megabytes_in_one_SendData) {
   ASSERT_TRUE(this->mWorld.Pump([&] { return this->mOut->completions == 1; }));
 }
 
+TYPED_TEST(SocketContract, What_waited_in_many_pieces_goes_out_in_order) {
+  this->ConnectOut();
+  const QByteArray all = this->Bytes(16 * 1024 * 1024);
+  PayloadBuffer waiting;
+  // Sizes that end all over the place in what the kernel takes at once.
+  for (qsizetype at = 0, size = 1; at < all.size(); at += size, size = size % 9973 + 101)
+    waiting.Append(Payload(all).Piece(at, size));
+  this->mOut->socket->SendData(waiting.TakeAll());
+  ASSERT_TRUE(this->mWorld.Pump([&] { return this->mPeer->Received().size() == all.size(); }));
+  EXPECT_TRUE(this->mPeer->Received() == all);
+  ASSERT_TRUE(this->mWorld.Pump([&] { return this->mOut->completions == 1; }));
+}
+
 TYPED_TEST(SocketContract, A_reader_that_stops_holds_SendComplete_back_until_it_goes_on) {
   this->ConnectOut();
   this->mPeer->StopReading();

@@ -135,6 +135,36 @@ TEST_F(FtpTest, A_greeting_of_several_lines_is_relayed_until_a_chunk_begins_with
   EXPECT_EQ(server->mSent, "220-welcome\r\n220-more\r\n");
 }
 
+TEST_F(FtpTest, A_chunk_that_begins_with_the_greeting_is_swallowed_whole) {
+  AcceptAndSay("USER UserId@FTPSite\r\n");
+  Connect();
+  server->mSent.clear();
+  client->Arrive("220 real\r\nand more\r\n");
+  EXPECT_EQ(client->mSent, "USER UserId\r\n");
+  EXPECT_TRUE(server->mSent.isEmpty());
+}
+
+TEST_F(FtpTest, A_greeting_of_several_lines_in_one_chunk_is_relayed_and_the_login_keeps_waiting) {
+  AcceptAndSay("USER UserId@FTPSite\r\n");
+  Connect();
+  server->mSent.clear();
+  client->Arrive("220-welcome\r\n220 ready\r\n");
+  EXPECT_EQ(server->mSent, "220-welcome\r\n220 ready\r\n");
+  EXPECT_TRUE(client->mSent.isEmpty());
+}
+
+TEST_F(FtpTest, What_the_client_answers_to_something_else_than_the_greeting_passes_the_login) {
+  AcceptAndSay("USER UserId@FTPSite\r\n");
+  Connect();
+  client->Arrive("421 busy\r\n");
+  Take();
+  server->Arrive("QUIT\r\n");
+  EXPECT_EQ(Take(), Lines({"ServerBytesReceived(QUIT\r\n, True)", "sckClient.SendData QUIT\r\n",
+                           "ClientBytesSendStart(QUIT\r\n, False, False)"}));
+  client->Sent();
+  EXPECT_EQ(client->mSent, "QUIT\r\nUSER UserId\r\n");
+}
+
 TEST_F(FtpTest, A_220_when_nothing_waits_starts_an_empty_send_and_later_client_data_waits) {
   LogIn();
   client->Arrive("220 again\r\n");
@@ -457,6 +487,29 @@ TEST_F(FtpTest, The_451_of_a_227_goes_to_the_server) {
   client->Arrive("227 Entering Passive Mode (1,2,3,4,5,6)\r\n");
   EXPECT_EQ(client->mSent, "451 Veltrane: failed on purpose\r\n");
   EXPECT_TRUE(server->mSent.isEmpty());
+  ASSERT_EQ(world.mErrors.mTexts.size(), 1);
+  EXPECT_TRUE(world.mErrors.mTexts.first().startsWith(
+      QStringLiteral("An error occurred while attempting to listen on an Ephemeral port ")));
+  EXPECT_TRUE(world.mErrors.mTexts.first().endsWith(
+      QStringLiteral(" (a short-lived random port in the range 1024-5000).  The operating system reports: "
+                     "10013, failed on purpose")));
+}
+
+TEST_F(FtpTest, A_data_port_that_listens_serves_although_it_cannot_be_shown) {
+  LogIn();
+  client->mSent.clear();
+  NextPorts({3012});
+  world.AddNode(3012, QStringLiteral("of an earlier connection"));
+  world.mSockets.OnCreate = [this](StubSocket& socket) {
+    socket.OnListen = [this] { world.mStore.mFailReads = true; };
+  };
+  server->Arrive("PORT 1,2,3,4,5,6\r\n");
+  world.mStore.mFailReads = false;
+  EXPECT_EQ(client->mSent, "PORT 10,0,0,7,11,196\r\n");
+  EXPECT_EQ(Text(3012), QStringLiteral("of an earlier connection"));
+  ASSERT_EQ(world.mErrors.mTexts.size(), 1);
+  EXPECT_TRUE(world.mErrors.mTexts.first().startsWith(QStringLiteral(
+      "An error occurred while attempting to listen on a random port.  The operating system reports: ")));
 }
 
 TEST_F(FtpTest, A_451_while_data_is_on_its_way_to_the_client_waits) {

@@ -242,6 +242,20 @@ TEST_F(HttpTest, A_name_that_fails_after_the_client_has_left_ends_the_pair) {
                            "LocalServerDisconnected(False)", "Dead()", "Dead()"}));
 }
 
+// What was on its way to the client when the outgoing socket failed ends the pair once more.
+TEST_F(HttpTest, A_failure_while_a_send_is_out_ends_the_pair_again_when_that_has_left) {
+  AcceptAndSay("GET http://host/ HTTP/1.0\r\n\r\n");
+  Connect();
+  client->Arrive("reply");
+  server->mState = SocketState::kPeerClosing;
+  Take();
+  client->Fails(10061, QStringLiteral("why"));
+  EXPECT_EQ(Take(), Lines({"ClientInBadState(10061, why, False)", "sckClient.Close",
+                           "LocalClientDisconnected(False)", "Dead()"}));
+  server->Sent();
+  EXPECT_EQ(Take(), Lines({"ServerBytesSendStop()", "Dead()"}));
+}
+
 TEST_F(HttpTest, A_text_while_data_is_on_its_way_to_the_client_is_buffered) {
   SetNoSiteError("text");
   AcceptAndSay("GET http://host/ HTTP/1.0\r\n\r\n");

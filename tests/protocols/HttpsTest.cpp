@@ -110,6 +110,21 @@ TEST_F(HttpsTest, A_client_that_leaves_while_connecting_gets_no_reply) {
   EXPECT_TRUE(server->mSent.isEmpty());
 }
 
+TEST_F(HttpsTest, What_a_client_sent_early_before_it_left_finds_its_socket_gone) {
+  AcceptAndSay("CONNECT host:443 HTTP/1.1\r\n\r\n");
+  server->Arrive("early");
+  server->PeerCloses();
+  Take();
+  client->Connected();
+  // The reply has ended the pair; what waits is offered all the same, and nothing takes it.
+  EXPECT_EQ(
+      Take().mid(2),
+      Lines({"ConnectionAttemptSuccessful(False, [ ])", "ServerInBadState(-1, Socket not connected, False)",
+             "sckServer.Close", "LocalServerDisconnected(False)", "sckClient.Close",
+             "LocalClientDisconnected(False)", "Dead()", "ClientBytesSendStart(, False, False)"}));
+  EXPECT_TRUE(client->mSent.isEmpty());
+}
+
 TEST_F(HttpsTest, A_client_that_closes_without_a_word_is_dead) {
   Accept();
   server->PeerCloses();

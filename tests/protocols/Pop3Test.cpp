@@ -147,6 +147,63 @@ TEST_F(Pop3Test, A_greeting_when_nothing_waits_is_recorded_twice_and_relayed) {
   EXPECT_TRUE(client->mSent.isEmpty());
 }
 
+TEST_F(Pop3Test, Without_a_login_that_waits_each_ok_is_recorded_twice_and_relayed) {
+  Dangle(0, 2);
+  AcceptAndSay("USER Fred#Server\r\n");
+  Connect();
+  // The dangle discards the login.
+  Pass(1500);
+  Take();
+  for (int greeting = 0; greeting < 2; ++greeting) {
+    client->Arrive("+OK real\r\n");
+    EXPECT_EQ(Take(),
+              Lines({"ClientBytesReceived(+OK real\r\n, False)", "ClientBytesReceived(+OK real\r\n, True)",
+                     "sckServer.SendData +OK real\r\n", "ServerBytesSendStart(+OK real\r\n, False, False)"}));
+    server->Sent();
+    Take();
+  }
+  EXPECT_TRUE(client->mSent.isEmpty());
+}
+
+TEST_F(Pop3Test, Once_the_login_has_left_behind_what_passed_it_an_ok_is_no_greeting) {
+  AcceptAndSay("USER Fred#Server\r\n");
+  Connect();
+  client->Arrive("-ERR busy\r\n");
+  server->Sent();
+  server->Arrive("QUIT\r\n");
+  client->Sent();
+  Take();
+  client->Arrive("+OK bye\r\n");
+  EXPECT_EQ(Take(), Lines({"ClientBytesReceived(+OK bye\r\n, True)", "sckServer.SendData +OK bye\r\n",
+                           "ServerBytesSendStart(+OK bye\r\n, False, False)"}));
+}
+
+TEST_F(Pop3Test, A_login_that_the_end_of_a_dangle_sends_waits_for_no_greeting_any_more) {
+  Dangle(0, 1);
+  AcceptAndSay("USER Fred#Server\r\n");
+  Connect();
+  Pass(1500);
+  EXPECT_EQ(client->mSent, "USER Fred\r\n");
+  server->Arrive("PASS x\r\n");
+  Take();
+  client->Arrive("+OK slow\r\n");
+  EXPECT_EQ(Take(), Lines({"ClientBytesReceived(+OK slow\r\n, True)", "sckServer.SendData +OK slow\r\n",
+                           "ServerBytesSendStart(+OK slow\r\n, False, False)"}));
+  client->Sent();
+  EXPECT_EQ(client->mSent, "USER Fred\r\nPASS x\r\n");
+}
+
+TEST_F(Pop3Test, A_greeting_is_swallowed_and_the_login_sent_also_during_a_dangle_of_both) {
+  Dangle(2, 1);
+  AcceptAndSay("USER Fred#Server\r\n");
+  Connect();
+  Pass(500);
+  Take();
+  client->Arrive("+OK real\r\n");
+  EXPECT_EQ(Take(), Lines({"ClientBytesReceived(+OK real\r\n, False)", "sckClient.SendData USER Fred\r\n",
+                           "ClientBytesSendStart(USER Fred\r\n, False, False)"}));
+}
+
 TEST_F(Pop3Test, What_the_client_says_before_the_login_has_left_goes_out_on_its_own) {
   AcceptAndSay("USER Fred#Server\r\n");
   Connect();

@@ -175,6 +175,20 @@ TEST_F(PagesTest, The_Pass_Through_page_with_a_bad_port_says_so_and_goes_and_the
   EXPECT_EQ(Get("Pass Through", "Server"), QStringLiteral("server"));
 }
 
+TEST_F(PagesTest, A_store_that_is_full_at_OK_is_not_caught_by_the_page_and_the_port_is_written_first) {
+  world.SetDestination(kPort, QStringLiteral("server"), 25);
+  Open<frmProtocolPassThruPP>("Pass Through", [&](frmProtocolPassThruPP& page) {
+    page.txtPort.SetText(QStringLiteral("27"));
+    page.txtProxyServer.SetText(QStringLiteral("new"));
+    world.mStore.mWritesBeforeFailure = 1;
+    EXPECT_THROW(page.cmdOK.Click(), Failure);
+    EXPECT_TRUE(page.Visible()) << "what was typed is still there";
+    world.mStore.mWritesBeforeFailure = -1;
+  });
+  EXPECT_EQ(Get("Pass Through", "Port"), QStringLiteral("27"));
+  EXPECT_EQ(Get("Pass Through", "Server"), QStringLiteral("server"));
+}
+
 TEST_F(PagesTest, The_POP3_page_shows_stores_and_rejects_alike) {
   Open<frmProtocolPOP3PP>("POP3", [](frmProtocolPOP3PP& page) {
     EXPECT_EQ(page.txtPort.Text(), QStringLiteral("110"));
@@ -372,6 +386,9 @@ TEST_F(PagesTest, The_texts_stand_as_they_are) {
                 "In configuring your e-mail client, set the name of your POP3 server to the name of this "
                 "computer.  In the user name field, change it to your username followed by a '#' "
                 "followed by the name of your email server.  "));
+  EXPECT_EQ(pop3.Label2.Caption(),
+            QStringLiteral("For example, if the name of your email server is mail.example.com and your user "
+                           "name is 'Fred', enter Fred#mail.example.com as the user name."));
   EXPECT_EQ(pop3.lblPort.Caption(), QStringLiteral("POP3 Server Port:"));
   EXPECT_EQ(pop3.lblUsualPort.Caption(), QStringLiteral("(This is almost always 110)"));
   const frmProtocolFTPPP ftp(world.mGeneral);
