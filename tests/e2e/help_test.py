@@ -90,6 +90,8 @@ class Page(html.parser.HTMLParser):
 
 
 class Help(unittest.TestCase):
+    maxDiff = None
+
     @classmethod
     def setUpClass(cls):
         cls.pages = {path.name: Page(path.read_text(encoding="utf-8")) for path in sorted(HELP.glob("*.html"))}
