@@ -4,6 +4,8 @@
 #include <QFileInfo>
 #include <QStandardPaths>
 
+#include <unistd.h>
+
 #include "app/Terminal.h"
 #include "protocols/ProtocolTable.h"
 
@@ -30,12 +32,16 @@ QString WriteFolder() {
   return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + QStringLiteral("/Veltrane");
 }
 
+qint64 MachineMemory() {
+  return static_cast<qint64>(sysconf(_SC_PHYS_PAGES)) * sysconf(_SC_PAGESIZE);
+}
+
 }  // namespace
 
 Application::Application()
     : mStore(StoreFolder() + QStringLiteral("/settings.db"), mClock, mError),
       mGeneral({mStore, mReactor, mTimers, mClock, mRandom, mDesktop, mError,
-                QCoreApplication::applicationDirPath(), WriteFolder()},
+                QCoreApplication::applicationDirPath(), WriteFolder(), MachineMemory()},
                AllProtocols()),
       mSplash(mDesktop, kVersion),
       mOptions(mGeneral, mMain, mSysTray, AutostartFolder()),

@@ -63,6 +63,9 @@ class RelayHandler : public ProtocolHandler {
   bool ResumeThrottledOrDangledServerSend(bool blnDiscardData) override;
   void DanglingStatusChanged(bool blnDanglingOn, qint16 intDataBeingDangled,
                              qint32 lngTimeDuringDangle) override;
+  qsizetype BytesHeld(bool blnClientToServer) const override {
+    return (blnClientToServer ? mvarClientBuffer : mvarServerBuffer).Size();
+  }
 
  protected:
   struct Lane;

@@ -29,11 +29,13 @@ class ErrorLog : public ErrorSink {
 };
 
 struct World {
+  static constexpr qint64 kMachineMemory = 16'000'000'000;
+
   World() : World(nullptr) {}
   /// With another network than the stubs, and other chance than the script's.
   explicit World(SocketFactory* network, RandomGenerator* random = nullptr)
       : mGeneral({mStore, network ? *network : mSockets, mTimers, mClock, random ? *random : mRandom,
-                  mDesktop, mErrors, QStringLiteral("/opt/veltrane"), mWriteFolder.path()},
+                  mDesktop, mErrors, QStringLiteral("/opt/veltrane"), mWriteFolder.path(), kMachineMemory},
                  AllProtocols()) {
     mGeneral.gobjLogging = &mRecorder;
     mGeneral.frmMain = &mMain;
