@@ -2,21 +2,17 @@
 the keys. What the raw files hold is compared with what went over the wire."""
 
 import ftplib
-import os
 import re
 import socket
 import threading
-import time
-import unittest
 
 import history
 import servers
 import veltrane
-from pictures import Window
-from veltrane import expect_end, payload, sha, wait_for, windows
+from pictures import DisplayTest, Window
+from veltrane import expect_end, payload, sha, wait_for
 
-ROOT_ROW = 99  # the middle of the tree's first row, in pixels
-ROW = 18
+DIALOG = "^Save Data$"
 # By default the program keeps 400 KB of history; the connections stay below.
 # What the text file holds without any box checked: kinds of which all events are let in.
 IN_TEXT = (history.FROM_SERVER, history.TO_CLIENT, history.FROM_CLIENT, history.TO_SERVER)
@@ -46,44 +42,27 @@ class Recorder:
         return end and len(body) == int(length.group(1))
 
 
-class Saves(veltrane.ProgramTest):
-    def setUp(self):
-        self.need("Xvfb", "xdotool", "openbox", "curl")
-        self.screen = veltrane.Screen()
-        self.addCleanup(self.screen.close)
-        os.environ["DISPLAY"] = self.screen.display
+class Saves(DisplayTest):
+    NEEDS = (*DisplayTest.NEEDS, "curl")
 
     def start(self, protocol):
         self.run, port = self.serve(protocol, platform="xcb")
         self.window = Window(self.screen)
         return port
 
-    def select(self, *rows):
-        """Clicks rows of the tree, each of which unfolds the next ones."""
-        for row in rows:
-            self.window.click(120, ROOT_ROW + ROW * row)
-            time.sleep(0.3)
-
-    def keys(self, *keys):
-        self.screen.tool("key", "--delay", "40", *keys)
-
     def save(self, name, *keys):
         """Opens the dialog by the menu, types the path, and then the keys, the last of which press Save."""
         path = self.run.home / name
-        # The dialog before may not have given the focus back yet.
-        self.screen.tool("windowactivate", "--sync", self.window.id)
-        time.sleep(0.3)
-        self.keys("alt+t")
-        time.sleep(0.5)
-        self.keys("s")
-        dialog = wait_for(lambda: windows(self.screen.display, "^Save Data$"), 5, "the dialog")[0]
+        dialog = self.window.open("t", "s", DIALOG)
         # Into the field of the path, at the top; the keys count from there.
-        self.screen.tool("mousemove", "--window", dialog, "200", "20", "click", "1")
-        time.sleep(0.3)
-        self.keys("ctrl+a")
+        self.screen.click(dialog, 200, 20)
+        self.screen.key("ctrl+a")
         self.screen.tool("type", str(path))
-        self.keys(*keys)
-        wait_for(lambda: not windows(self.screen.display, "^Save Data$"), 5, f"the dialog to close on {name}")
+        self.screen.key(*keys)
+        # It closes when the file is written.
+        self.screen.wait_until_closed(DIALOG)
+        self.assertEqual(self.run.store.get("SaveHistory", "File"), str(path))
+        self.assertTrue(path.exists())
         return path
 
     def save_report(self):
@@ -140,7 +119,7 @@ class Saves(veltrane.ProgramTest):
         # The client names the server in the request line; nothing else changes on the way.
         asked = server.received.replace(b"POST ", b"POST " + site.encode(), 1)
         self.assertIn(sent.read_bytes(), asked)
-        self.select(1, 2, 3)
+        self.window.unfold(1, 2, 3)
         self.expect_saved(history.parse(self.run.log), [asked, server.received, reply, reply])
         expect_end(self, self.run)
 
@@ -162,7 +141,7 @@ class Saves(veltrane.ProgramTest):
             data.sendall(upload)
             wait_for(lambda: (site.files / "up").stat().st_size == len(upload), 10, "the upload")
             # Below the FTP port stands that of the data.
-            self.select(2, 3, 4)
+            self.window.unfold(2, 3, 4)
             records = [record for record in history.parse(self.run.log) if record.id == "KEY2"]
             self.expect_saved(records, [upload, upload, b"", b""])
         client.voidresp()
