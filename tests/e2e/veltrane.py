@@ -385,11 +385,14 @@ class ProgramTest(unittest.TestCase):
         self.assertEqual(done.returncode, expect, (done.stdout[-2000:], done.stderr[-2000:]))
         return done.stdout
 
-    def serve(self, protocol, platform="offscreen", **settings):
-        """A run of the program with one port of the protocol and its settings, which keeps a log; gives both."""
+    def serve(self, protocol, platform="offscreen", schedule=(), **settings):
+        """A run of the program with one port of the protocol and its settings, and failures by the schedule, which
+        keeps a log; gives both."""
         run = Veltrane(platform=platform)
         self.addCleanup(run.__exit__)
         port = free_port()
+        for key, value in dict(schedule).items():
+            run.store.set("FailureSim", key, value)
         run.store.add_port(port, protocol=protocol, description=f"Test of {protocol}")
         for key, value in settings.items():
             run.store.set(f"Protocols\\{protocol}\\Port {port}", key, value)
