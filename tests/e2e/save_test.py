@@ -115,7 +115,7 @@ class Saves(DisplayTest):
 
     def save_text(self, form):
         # The file's button, the format; its five boxes, the direction, the digits; the width, the opening, Save.
-        digits = ["Down"] * list(FORMS).index(form)
+        digits = ["Right"] * list(FORMS).index(form)
         return self.save(form, "Tab", "Tab", "Down", *["Tab"] * 7, *digits, *["Tab"] * 3, "space")
 
     def save_raw(self, direction):
