@@ -10,7 +10,8 @@
 namespace veltrane {
 namespace {
 
-/// The shortest time, in ms, between two questions to a throttle that cannot be read.
+/// The shortest time, in ms, between two questions to a throttle that cannot be read, or that lets nothing
+/// through and names no time.
 constexpr qint32 kAskAgain = 100;
 /// A direction that holds no more than this is read from whatever the others hold: it keeps up.
 constexpr qsizetype kAlwaysRead = 256 * 1024;
@@ -320,6 +321,8 @@ bool SocketPair::Send(const SendRoad& road, const PayloadBuffer& data, Payload& 
     if (throttled) {
       timer.SetInterval(nextSendPeriod);
       timer.SetEnabled(true);
+      // Nothing has gone, so no completion will come either, and an interval of 0 is silent.
+      if (sent.IsEmpty() && nextSendPeriod <= 0) AskAgain(timer);
     }
     return throttled;
   } catch (...) {

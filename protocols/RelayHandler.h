@@ -87,6 +87,8 @@ class RelayHandler : public ProtocolHandler {
   virtual void ClientSpoke(const Payload& data) { Relay(kToServer, data); }
   /// Data from the remote server, to be recorded here.
   virtual void ServerSpoke(const Payload& data);
+  /// Whether what waits for the server is a login, and waits for the server's greeting.
+  virtual bool LoginWaits() const { return false; }
   /// The remote client has left before the outgoing connection stood; recorded already.
   virtual void ClientLeftEarly() {}
   /// The outgoing socket has failed, or could not be connected at all; recorded already.

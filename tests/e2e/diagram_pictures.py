@@ -145,7 +145,8 @@ def take(folder, name, scene, scale):
             window = Window(screen, scale)
             screen.tool("windowsize", "--sync", window.id, *(str(length * scale) for length in SIZE))
             for row in (PORT, PEER, CONNECTION):
-                window.click(120, 99 + 18 * row)
+                window.tree_row(row)
+                time.sleep(0.3)
             time.sleep(0.8)
             window.picture(folder / f"diagram-{name}-{scale * 100}.png")
             next(steps, None)
