@@ -197,6 +197,22 @@ TEST_F(FrmConfigureFaceTest, Enter_on_a_row_of_the_port_dialog_takes_the_row_onc
   EXPECT_EQ(answers, 1);
 }
 
+TEST_F(FrmConfigureFaceTest, A_port_dialog_that_was_minimised_still_has_what_was_typed_and_takes_it) {
+  Show();
+  WhenOpen([](QWidget& dialog) {
+    QTest::keyClicks(&FindIn<QLineEdit>(dialog, "txtPort"), QStringLiteral("3456"));
+    dialog.showMinimized();
+    Serve();
+    dialog.showNormal();
+    Serve();
+    EXPECT_EQ(FindIn<QLineEdit>(dialog, "txtPort").text(), QStringLiteral("3456"));
+    EXPECT_EQ(QApplication::activeModalWidget(), &dialog);
+    Press(dialog, "cmdOK");
+  });
+  Press("cmdPortAdd");
+  EXPECT_EQ(form.lvwPort.Count(), 1);
+}
+
 TEST_F(FrmConfigureFaceTest, Every_control_has_its_widget_and_the_texts_read_as_they_should) {
   Show();
   for (const Control* control : form.Controls())
