@@ -218,6 +218,32 @@ TEST_F(FrmRealTimeDataFaceTest, Bytes_per_row_are_corrected_as_they_are_typed) {
   EXPECT_EQ(edit.text(), u"4");
 }
 
+TEST_F(FrmRealTimeDataFaceTest, Enter_confirms_except_on_another_button) {
+  EXPECT_EQ(face->focusWidget()->objectName(), u"chkShowRealTimeData") << "it opens with its first field";
+  for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter}) {
+    auto& size = Find<QLineEdit>(u"txtRealTimeDataSize"_qs);
+    size.setFocus();
+    size.selectAll();
+    QTest::keyClicks(&size, QString::number(key % 1000));
+    QTest::keyClick(&size, key, key == Qt::Key_Enter ? Qt::KeypadModifier : Qt::NoModifier);
+    EXPECT_FALSE(face->isVisible());
+    EXPECT_EQ(Stored("Options", "RealTimeDataSize"), QString::number(key % 1000));
+    form.Show();
+  }
+  ClickTab(1);
+  widgets.mAnswers = {0x0000ff00U};
+  auto& colour = Find<QPushButton>(u"cmdColor_0"_qs);
+  colour.setFocus();
+  QTest::keyClick(&colour, Qt::Key_Return);
+  EXPECT_EQ(Swatch(0), QColor(0, 255, 0));
+  EXPECT_TRUE(face->isVisible());
+  auto& cancel = Find<QPushButton>(u"cmdCancel"_qs);
+  cancel.setFocus();
+  QTest::keyClick(&cancel, Qt::Key_Return);
+  EXPECT_FALSE(face->isVisible());
+  EXPECT_EQ(form.lblColor[0].BackColor(), 0xff0000U);
+}
+
 TEST_F(FrmRealTimeDataFaceTest, Escape_cancels_and_the_frame_keeps) {
   ClickTab(2);
   Click(u"optDisplayAs_2"_qs);
