@@ -194,6 +194,14 @@ TEST_F(FrmRealTimeDataFaceTest, Colours_are_shown_asked_for_and_kept_at_a_cancel
   EXPECT_EQ(form.lblColor[2].BackColor(), 255U);
 }
 
+TEST_F(FrmRealTimeDataFaceTest, What_black_means_is_told_where_it_can_be_chosen) {
+  for (int i = 0; i < 4; ++i) {
+    EXPECT_TRUE(
+        Find<QPushButton>(u"cmdColor_%1"_qs.arg(i)).toolTip().startsWith(u"Black stands for no colour"))
+        << i;
+  }
+}
+
 TEST_F(FrmRealTimeDataFaceTest, The_pane_opens_and_closes_at_the_click) {
   Click(u"chkShowRealTimeData"_qs);
   EXPECT_EQ(world.mJournal.lines, QStringList{u"ResizeForm"_qs});
@@ -219,6 +227,7 @@ TEST_F(FrmRealTimeDataFaceTest, Bytes_per_row_are_corrected_as_they_are_typed) {
 }
 
 TEST_F(FrmRealTimeDataFaceTest, Enter_confirms_except_on_another_button) {
+  ASSERT_NE(face->focusWidget(), nullptr);
   EXPECT_EQ(face->focusWidget()->objectName(), u"chkShowRealTimeData") << "it opens with its first field";
   for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter}) {
     auto& size = Find<QLineEdit>(u"txtRealTimeDataSize"_qs);
