@@ -12,9 +12,6 @@
 namespace veltrane {
 namespace {
 
-/// Of the build: CMakeLists.txt has it.
-constexpr ProductVersion kVersion{VELTRANE_VERSION_MAJOR, VELTRANE_VERSION_MINOR, VELTRANE_VERSION_REVISION};
-
 QString StoreFolder() {
   return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
          QStringLiteral("/Veltrane");
@@ -43,9 +40,9 @@ Application::Application()
       mGeneral({mStore, mReactor, mTimers, mClock, mRandom, mDesktop, mError,
                 QCoreApplication::applicationDirPath(), WriteFolder(), MachineMemory()},
                AllProtocols()),
-      mSplash(mDesktop, kVersion),
+      mSplash(mDesktop, BuiltVersion()),
       mOptions(mGeneral, mMain, mSysTray, AutostartFolder()),
-      mAbout(mGeneral, kVersion),
+      mAbout(mGeneral, BuiltVersion()),
       mDriver(mReactor, mTimers, mClock, [this](const Failure& failure) { Escaped(failure); }),
       mSignals([this] { EndSession(); }) {
   mError.SetGeneral(mGeneral);

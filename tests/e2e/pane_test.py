@@ -23,6 +23,8 @@ BLUE = (0, 0, 255)  # from the client
 RED = (255, 0, 0)  # to the client
 BLACK = (0, 0, 0)
 
+PAPER = b"\xff"  # a light dot of a row
+
 MEGABYTE = 1000 * 1000
 
 
@@ -74,6 +76,7 @@ class Pane(DisplayTest):
         self.start()
         wait_for(lambda: self.shows(BLUE) and self.shows(RED) and self.shows(BLACK), 10, "the three colours")
         wait_for(lambda: not self.still(), 10, "the pane to go on")
+        self.assertLess(resident(self.program), 200)
 
     def test_options_act_at_the_click_and_Cancel_takes_them_back(self):
         self.start()
@@ -100,6 +103,36 @@ class Pane(DisplayTest):
         self.assertEqual(self.program.store.get("RealTime", "DisplayAs"), "4")
         self.assertEqual(self.program.store.get("RealTime", "BytesPerRow"), "16")
         self.assertEqual(self.program.store.get("Options", "Color1"), "16711680")
+
+    def test_each_format_has_its_own_picture(self):
+        # The formats with the cells that a line of 64 times the same letter takes, 8 to a row but for the first.
+        cells = {"AscII": 64, "Hex": 28, "Octal": 36, "Decimal": 36, "Binary": 76}
+        pictures = {name: self.picture_of_format(index) for index, name in enumerate(cells)}
+        self.assertEqual(len(set(map(tuple, pictures.values()))), len(cells))
+        ends = {name: max(len(row.rstrip(PAPER)) for row in rows) for name, rows in pictures.items()}
+        for name, count in cells.items():
+            self.assertAlmostEqual(ends[name] / ends["Hex"], count / cells["Hex"], delta=0.06, msg=(name, ends))
+
+    def picture_of_format(self, index):
+        """The pane with 64 letters in a format: rows of ink and paper."""
+        port = veltrane.free_port()
+        with socket.create_server(("127.0.0.1", 0)) as server, Veltrane(platform="xcb") as run:
+            run.store.add_port(port, server="127.0.0.1", server_port=server.getsockname()[1])
+            for key in ("IncludeDateTimeStamp", "IncludeDataDirection", "IncludeDescription", "VLTToClient"):
+                run.store.set("RealTime", key, 0)
+            run.store.set("RealTime", "DisplayAs", index)
+            run.store.set("RealTime", "BytesPerRow", 8)
+            run.start(listening=[port])
+            self.window = Window(self.screen)
+            with socket.create_connection(("127.0.0.1", port), timeout=20) as client:
+                client.sendall(b"M" * 64)
+                wait_for(lambda: self.shows(BLUE), 10, "the data")
+                wait_for(lambda: self.still(0.3), 10, "the pane to stand")
+            left, top, width, height = PANE
+            rows = self.window.grey(left + 3, top + 3, width - 6, height - 6)
+            self.assertLess(resident(run), 200)
+            self.assertEqual(run.stop(), (0, ""))
+        return [bytes(0 if dot < 128 else 255 for dot in row) for row in rows]
 
     def test_the_close_box_hides_the_pane_and_the_store_remembers(self):
         self.start()

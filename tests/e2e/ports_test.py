@@ -226,6 +226,28 @@ class Ports(OnAScreen):
             return None
         return min(found, key=lambda window: self.screen.place(window)[3])
 
+    def test_a_port_dialog_that_is_minimised_comes_back_with_what_was_typed(self):
+        other = self.served_port()
+        self.run_.start(listening=[other])
+        for minimised in ("^Port Selection$", "^Configure Veltrane$"):
+            port = self.echo_port()
+            self.window("^Configure Veltrane$")
+            self.keys("alt+a")
+            dialog = self.window("^Port Selection$")
+            self.keys("alt+p")
+            self.tool("type", str(port))
+            window = self.window(minimised)
+            self.tool("windowminimize", "--sync", window)
+            wait_for(lambda: not self.visible(minimised), 10, "the window to go")
+            self.assertTrue(is_served(other))
+            self.tool("windowactivate", "--sync", window)
+            self.tool("windowactivate", "--sync", dialog)
+            self.keys("alt+d")
+            self.tool("type", "Mine")
+            self.keys("Return")
+            wait_for(lambda: self.rows(port)[0] == "Mine", 10, "the new port's row")
+        self.assertEqual(self.run_.stop(), (0, ""))
+
     def test_an_ephemeral_port_that_appears_meanwhile_survives_the_dialog(self):
         port = self.served_port()
         self.run_.start(listening=[port])

@@ -158,9 +158,10 @@ bool FormFace::PressByKey(int key) {
   return button;
 }
 
+// A window that is minimised, or whose owner is, is hidden by the desktop; its form is shown all the same.
 void FormFace::hideEvent(QHideEvent* event) {
   QWidget::hideEvent(event);
-  Q_EMIT Hidden();
+  if (!mForm.Visible()) Q_EMIT Hidden();
 }
 
 void FormFace::moveEvent(QMoveEvent* event) {

@@ -161,9 +161,20 @@ int RichTextView::FirstColumn() const {
   return horizontalScrollBar()->value();
 }
 
+// Of a text that has gone the picture stays until the frame that shows what came after it.
 void RichTextView::paintEvent(QPaintEvent*) {
   if (!mLines) return;
-  QPainter painter(viewport());
+  if (mGeneration == mBox->Generation()) DrawPicture();
+  QPainter(viewport()).drawPixmap(0, 0, mPicture);
+}
+
+void RichTextView::DrawPicture() {
+  const qreal pixelRatio = devicePixelRatioF();
+  const QSize size = viewport()->size() * pixelRatio;
+  if (mPicture.size() != size) mPicture = QPixmap(size);
+  mPicture.setDevicePixelRatio(pixelRatio);
+  mPicture.fill(palette().color(QPalette::Base));
+  QPainter painter(&mPicture);
   Inks inks;
   // One more than fits, for the part of a line at the bottom.
   const qsizetype behind = std::min<qsizetype>(FirstLine() + Rows() + 2, mLines->Count());
@@ -286,9 +297,10 @@ QString RichTextView::SelectedText() const {
 }
 
 void RichTextView::Select(qsizetype anchor, qsizetype cursor) {
+  const bool hadSelection = HasSelection();
   mAnchor = anchor;
   mCursor = cursor;
-  viewport()->update();
+  if (hadSelection || HasSelection()) viewport()->update();
 }
 
 void RichTextView::SelectAll() {

@@ -6,6 +6,7 @@
 
 #include <QAbstractScrollArea>
 #include <QElapsedTimer>
+#include <QPixmap>
 #include <QTimer>
 
 #include <optional>
@@ -60,6 +61,7 @@ class RichTextView : public QAbstractScrollArea {
 
   int Rows() const;
   int Columns() const;
+  void DrawPicture();
   void DrawLine(QPainter& painter, qsizetype line, Inks& inks) const;
   void DrawSelection(QPainter& painter, qsizetype line, qsizetype start, qsizetype end) const;
 
@@ -80,6 +82,7 @@ class RichTextView : public QAbstractScrollArea {
   const RichTextBox* mBox = nullptr;
   std::optional<TextLines> mLines;
   std::optional<CellFont> mCells;
+  QPixmap mPicture;  // what was drawn last
   QTimer mFrame;
   QTimer mDrag;
   qint64 mFrameCost = 0;  // ns

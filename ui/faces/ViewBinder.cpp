@@ -117,8 +117,8 @@ class TreeBinding : public QObject {
     mUpdating = false;
   }
 
+  // By hand, or by the view itself, which unfolds what stands above the node that it marks.
   void Expanded(const QModelIndex& index, bool expanded) {
-    if (mUpdating) return;
     mModel.TakeExpansion(index, expanded);
     if (TreeNode* node = mModel.NodeAt(index)) mTree.FoldByHand(*node, expanded);
   }
