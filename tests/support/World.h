@@ -30,11 +30,12 @@ class ErrorLog : public ErrorSink {
 
 struct World {
   World() : World(nullptr) {}
-  /// With another network than the stubs, and other chance than the script's.
-  explicit World(SocketFactory* network, RandomGenerator* random = nullptr)
+  /// With another network than the stubs, other chance than the script's, and other protocols.
+  explicit World(SocketFactory* network, RandomGenerator* random = nullptr,
+                 ProtocolTable protocols = AllProtocols())
       : mGeneral({mStore, network ? *network : mSockets, mTimers, mClock, random ? *random : mRandom,
                   mDesktop, mErrors, QStringLiteral("/opt/veltrane"), mWriteFolder.path()},
-                 AllProtocols()) {
+                 std::move(protocols)) {
     mGeneral.gobjLogging = &mRecorder;
     mGeneral.frmMain = &mMain;
     mGeneral.frmProblemSimulation = &mSchedule;
