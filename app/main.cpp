@@ -41,6 +41,9 @@ int main(int argc, char* argv[]) {
   qInstallMessageHandler(
       [](QtMsgType, const QMessageLogContext&, const QString& text) { veltrane::TellTerminal(text); });
   QApplication::setApplicationName(QStringLiteral("Veltrane"));
+  // The entry of the desktop's menu (desktop/veltrane.desktop), which tells the desktop whose windows these
+  // are.
+  QApplication::setDesktopFileName(QStringLiteral("veltrane"));
   QApplication::setQuitOnLastWindowClosed(false);
   QStringList commandLine;
   for (int i = 1; i < argc; ++i)

@@ -143,13 +143,14 @@ class Store:
 class Veltrane:
     """One run of the program. By default the store is not that of a first run."""
 
-    def __init__(self, home=None, first_run=False, platform="offscreen", arguments=(), user=None):
+    def __init__(self, home=None, first_run=False, platform="offscreen", arguments=(), user=None, command=None):
         self.own_home = home is None
         self.home = pathlib.Path(home or tempfile.mkdtemp(prefix="veltrane-e2e-"))
         self.store = Store(self.home / "config" / "Veltrane" / "settings.db")
         self.platform = platform
         self.arguments = list(arguments)
         self.user = user
+        self.command = command or program()
         self.process = None
         self.log = None  # where it keeps one
         if not first_run:
@@ -172,7 +173,7 @@ class Veltrane:
 
     def start(self, listening=(), served=True):
         """Starts the program and waits until the ports listen, and with served until they are served."""
-        command = [program(), *self.arguments]
+        command = [str(self.command), *self.arguments]
         if self.user is not None:
             command = ["setpriv", f"--reuid={self.user}", f"--regid={self.user}", "--clear-groups", *command]
         self.started = time.monotonic()

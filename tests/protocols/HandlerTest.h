@@ -17,7 +17,8 @@ inline QStringList Lines(std::initializer_list<const char*> lines) {
 struct HandlerTest : testing::Test {
   static constexpr qint32 kPort = 2000;
 
-  explicit HandlerTest(const QString& name) : protocol(name) {
+  explicit HandlerTest(const QString& name, ProtocolTable protocols = AllProtocols())
+      : world(nullptr, nullptr, std::move(protocols)), protocol(name) {
     world.AddPort(kPort, protocol, QStringLiteral("Test"));
     world.AddNode(kPort, QStringLiteral("Test (2000)"));
     world.StartListening();

@@ -57,6 +57,8 @@ ICON = """<svg xmlns="http://www.w3.org/2000/svg" width="64" height="64" viewBox
 {lanes}
 </svg>
 """
+ICON_SIDE = 64
+ICON_SIDES = (16, 22, 24, 32, 48, 64, 128, 256)  # of a desktop's menus and panels
 ICON_LIGHT, ICON_DARK, ICON_RIM = "#2b87ab", "#154d66", "#0f3a4e"
 
 

@@ -1,0 +1,130 @@
+"""The demo: within a minute its log has events of each kind, and nothing is left of it when it ends."""
+
+import os
+import pathlib
+import re
+import signal
+import subprocess
+import sys
+import tempfile
+import unittest
+
+import history
+import veltrane
+from veltrane import listens, wait_for, windows
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+MINUTE = 60
+# What a newcomer is to see: traffic, and all that the schedule of failures does to it.
+KINDS = {
+    history.ACCEPTED, history.REJECTED, history.ATTEMPT, history.CONNECTED, history.SERVER_LEFT, history.CLOSED_CLIENT,
+    history.FROM_CLIENT, history.TO_SERVER, history.FROM_SERVER, history.TO_CLIENT_THROTTLED, history.HELD_TO_CLIENT,
+    history.SERVER_DANGLE, history.SERVER_DANGLE_OVER, history.CLIENT_DANGLE, history.CLIENT_DANGLE_OVER,
+    # The archive, where nobody answers.
+    history.SERVER_SIDE_BAD,
+}  # fmt: skip
+PROTOCOLS = {"HTTP", "POP3", "FTP", "Pass Through"}
+
+
+def of_session(session):
+    """The processes of a session, by number."""
+    found = []
+    for stat in pathlib.Path("/proc").glob("[0-9]*/stat"):
+        try:
+            # Behind the name, which may hold anything: state, parent, group, session.
+            fields = stat.read_text().rpartition(")")[2].split()
+        except (FileNotFoundError, ProcessLookupError):
+            continue
+        if int(fields[3]) == session and fields[0] != "Z":
+            found.append(int(stat.parent.name))
+    return found
+
+
+class Demo(unittest.TestCase):
+    def setUp(self):
+        if not all(veltrane.which(name) for name in ("Xvfb", "xdotool", "openbox")):
+            self.skipTest("Xvfb, xdotool or openbox is not installed")
+        self.folder = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory(prefix="veltrane-demo-test-")))
+        self.screen = veltrane.Screen()
+        self.addCleanup(self.screen.close)
+
+    def start(self, *command):
+        environment = dict(self.screen.environment, TMPDIR=str(self.folder), HOME=str(self.folder))
+        self.demo = subprocess.Popen(
+            command, cwd=ROOT, env=environment, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
+            start_new_session=True,
+        )  # fmt: skip
+        self.addCleanup(self.kill)
+        self.told = []
+        while not (line := self.demo.stdout.readline()).startswith("Try: curl"):
+            self.assertNotEqual(line, "", "".join(self.told))
+            self.told.append(line)
+        self.assertRegex(line, r"^Try: curl -x http://127\.0\.0\.1:\d+ http://127\.0\.0\.2:\d+/news$")
+        self.ports = [int(found[1]) for told in self.told if (found := re.match(r" +(\d+)  ", told))]
+        self.assertEqual(len(self.ports), 5)
+        (log,) = [line.split(": ")[1].strip() for line in self.told if line.startswith("Log file: ")]
+        self.log = pathlib.Path(log)
+        self.example = line.removeprefix("Try: ").split()
+
+    def kill(self):
+        if self.demo.poll() is None:
+            os.killpg(self.demo.pid, signal.SIGKILL)
+        self.demo.communicate()
+
+    def records(self):
+        return history.parse_so_far(self.log) if self.log.exists() else []
+
+    def missing(self):
+        return KINDS - {record.kind for record in self.records()}
+
+    def expect_alive(self):
+        try:
+            wait_for(lambda: not self.missing(), MINUTE, "events of each kind")
+        except AssertionError:
+            self.assertEqual(self.missing(), set())
+        self.assertLessEqual(PROTOCOLS, {record.protocol for record in self.records()})
+
+    def expect_nothing_left(self):
+        output, _ = self.demo.communicate(timeout=20)
+        self.assertEqual(of_session(self.demo.pid), [])
+        self.assertEqual([port for port in self.ports if listens(port)], [])
+        self.assertEqual([path.name for path in self.folder.glob("veltrane-demo-*")], [])
+        self.assertNotIn("Traceback", output)
+
+    def test_it_shows_each_kind_of_event_and_ends_with_its_window(self):
+        self.start(sys.executable, "demo/demo.py", veltrane.program())
+        self.expect_alive()
+        got = subprocess.run(
+            [*self.example, "-sS", "--noproxy", "", "--retry", "3", "--retry-all-errors"], capture_output=True, timeout=60, check=False
+        )
+        self.assertIn(b"News of today", got.stdout, got.stderr)
+        window = wait_for(lambda: windows(self.screen.display, "^Veltrane$"), 15, "the window")[0]
+        self.screen.tool("windowactivate", "--sync", window)
+        self.screen.tool("key", "alt+F4")
+        self.expect_nothing_left()
+        self.assertEqual(self.demo.returncode, 0)
+
+    def test_Ctrl_C_ends_it(self):
+        # By the command of the user where it would start this program.
+        ours = ROOT / "build/release/bin/Veltrane"
+        command = ["./run", "--demo"] if pathlib.Path(veltrane.program()).resolve() == ours else [sys.executable, "demo/demo.py", veltrane.program()]
+        self.start(*command)
+        wait_for(lambda: len(self.records()) > 20, MINUTE, "traffic")
+        # As the terminal does, to all of them.
+        os.killpg(self.demo.pid, signal.SIGINT)
+        self.expect_nothing_left()
+
+    def test_Ctrl_C_at_once_ends_it_too(self):
+        self.start(sys.executable, "demo/demo.py", veltrane.program())
+        os.killpg(self.demo.pid, signal.SIGINT)
+        self.expect_nothing_left()
+
+    def test_the_end_of_its_session_ends_it(self):
+        self.start(sys.executable, "demo/demo.py", veltrane.program())
+        wait_for(lambda: len(self.records()) > 20, MINUTE, "traffic")
+        self.demo.terminate()
+        self.expect_nothing_left()
+
+
+if __name__ == "__main__":
+    veltrane.main()
