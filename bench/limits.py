@@ -9,7 +9,6 @@ figure misses what is wanted.
 import argparse
 import os
 import pathlib
-import re
 import statistics
 import subprocess
 import sys
@@ -21,17 +20,6 @@ from compare import ROOT, start_veltrane, veltrane
 HISTORY_MB = 1  # what the history may hold by default: 400 KB, and the events themselves
 IDLE = 5000
 ACTIVE = 50
-
-
-def resident(run):
-    """In MB."""
-    text = pathlib.Path(f"/proc/{run.process.pid}/status").read_text()
-    return int(re.search(r"VmRSS:\s+(\d+)", text).group(1)) / 1000
-
-
-def processor_seconds(run):
-    fields = pathlib.Path(f"/proc/{run.process.pid}/stat").read_text().rsplit(")", 1)[1].split()
-    return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
 
 
 class Bench:
@@ -70,13 +58,13 @@ class Bench:
         run, port = start_veltrane(self.server)
         with run:
             self.run("bulk", port, 1, 100, "down")
-            before = resident(run)
+            before = run.resident()
             process = subprocess.Popen(
                 [self.load, "bulk", str(port), "1", str(gigabytes * 1000), "down"], stdout=subprocess.PIPE
             )
             most = before
             while process.poll() is None:
-                most = max(most, resident(run))
+                most = max(most, run.resident())
                 time.sleep(0.05)
             run.stop()
         return most - before
@@ -87,11 +75,11 @@ class Bench:
         limit = os.sysconf("SC_PHYS_PAGES") * os.sysconf("SC_PAGESIZE") / 1e6 / 100
         run, port = start_veltrane(self.server, PayloadMemoryPercent=1)
         with run:
-            before = resident(run)
+            before = run.resident()
             process = self.held("stalled", port, megabytes)
             last = -1.0
-            while resident(run) > last + 1:
-                last = resident(run)
+            while run.resident() > last + 1:
+                last = run.resident()
                 time.sleep(0.5)
             process.communicate("go\n")
             assert process.returncode == 0
@@ -106,9 +94,9 @@ class Bench:
             run, port = start_veltrane(self.server)
             with run:
                 self.run("connect", port, 0.2)
-                before = resident(run)
+                before = run.resident()
                 process = self.held("hold", port, count)
-                held = resident(run)
+                held = run.resident()
                 rate = self.run("bulk", port, ACTIVE, 2000, "down")[0]
                 p50 = self.run("rtt", port, 5000, 100)[0]
                 figures.append((rate, p50))
@@ -126,9 +114,9 @@ class Bench:
             with run:
                 process = self.held("hold", port, 1000)
                 time.sleep(3)
-                spent = processor_seconds(run)
+                spent = run.processor_seconds()
                 time.sleep(10)
-                percent = (processor_seconds(run) - spent) * 10
+                percent = (run.processor_seconds() - spent) * 10
                 process.communicate("go\n")
                 run.stop()
         finally:

@@ -2,8 +2,6 @@
 by the colours of its text and by whether it changes."""
 
 import os
-import pathlib
-import re
 import socket
 import subprocess
 import threading
@@ -26,12 +24,6 @@ BLACK = (0, 0, 0)
 PAPER = b"\xff"  # a light dot of a row
 
 MEGABYTE = 1000 * 1000
-
-
-def resident(run):
-    """Megabytes of memory that the program has."""
-    text = pathlib.Path(f"/proc/{run.process.pid}/status").read_text()
-    return int(re.search(r"VmRSS:\s+(\d+)", text).group(1)) / 1024
 
 
 class Pane(DisplayTest):
@@ -76,7 +68,7 @@ class Pane(DisplayTest):
         self.start()
         wait_for(lambda: self.shows(BLUE) and self.shows(RED) and self.shows(BLACK), 10, "the three colours")
         wait_for(lambda: not self.still(), 10, "the pane to go on")
-        self.assertLess(resident(self.program), 200)
+        self.assertLess(self.program.resident(), 200)
 
     def test_options_act_at_the_click_and_Cancel_takes_them_back(self):
         self.start()
@@ -130,7 +122,7 @@ class Pane(DisplayTest):
                 wait_for(lambda: self.still(0.3), 10, "the pane to stand")
             left, top, width, height = PANE
             rows = self.window.grey(left + 3, top + 3, width - 6, height - 6)
-            self.assertLess(resident(run), 200)
+            self.assertLess(run.resident(), 200)
             self.assertEqual(run.stop(), (0, ""))
         return [bytes(0 if dot < 128 else 255 for dot in row) for row in rows]
 
@@ -192,7 +184,7 @@ class Pane(DisplayTest):
                 while data := client.recv(1 << 20):
                     received += data
             self.assertEqual(sha(received), sha(payload))
-            memory.append(resident(self.program))
+            memory.append(self.program.resident())
         wait_for(lambda: self.shows(RED), 10, "data")
         # Of 1.2 GB that went by, which are more as text. A client that reads slowly lets a whole download wait.
         self.assertLess(max(memory), 500, memory)

@@ -3,7 +3,6 @@ busy machine does is not. The real figures come from bench/compare.py."""
 
 import os
 import pathlib
-import re
 import subprocess
 
 import veltrane
@@ -15,12 +14,6 @@ MEGABYTES = 300
 
 def load():
     return pathlib.Path(veltrane.program()).with_name("load")
-
-
-def resident(run):
-    """In MB."""
-    text = pathlib.Path(f"/proc/{run.process.pid}/status").read_text()
-    return int(re.search(r"VmRSS:\s+(\d+)", text).group(1)) / 1000
 
 
 class Speed(veltrane.ProgramTest):
@@ -85,17 +78,17 @@ class Speed(veltrane.ProgramTest):
         limit = 100  # MB
         memory = os.sysconf("SC_PHYS_PAGES") * os.sysconf("SC_PAGESIZE") / 1e6
         run, port = self.start(PayloadMemoryPercent=limit / memory * 100)
-        before = resident(run)
+        before = run.resident()
         stalled = subprocess.Popen(
             [load(), "stalled", str(port), "1000"], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True
         )
         self.addCleanup(stalled.stdout.close)
         self.addCleanup(stalled.kill)
         self.assertEqual(stalled.stdout.readline(), "ready\n")
-        wait_for(lambda: resident(run) > before + limit * 0.8, 30, "the program to hold what the reader does not take")
+        wait_for(lambda: run.resident() > before + limit * 0.8, 30, "the program to hold what the reader does not take")
         # Others go on meanwhile, at full speed and with as much as they like.
         self.run_load("bulk", port, 1, MEGABYTES, "down")
-        self.assertLess(resident(run), before + limit * 2.5)
+        self.assertLess(run.resident(), before + limit * 2.5)
         stalled.stdin.write("go\n")
         stalled.stdin.flush()
         self.assertEqual(stalled.wait(60), 0, "the reader got all")

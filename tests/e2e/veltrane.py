@@ -6,6 +6,7 @@ import itertools
 import os
 import pathlib
 import random
+import re
 import shutil
 import signal
 import socket
@@ -201,6 +202,16 @@ class Veltrane:
             except FileNotFoundError:
                 pass
         return count
+
+    def resident(self):
+        """MB of memory that the program has."""
+        text = pathlib.Path(f"/proc/{self.process.pid}/status").read_text()
+        return int(re.search(r"VmRSS:\s+(\d+)", text).group(1)) * 1024 / 1e6
+
+    def processor_seconds(self):
+        """What the program has spent, in the kernel too."""
+        fields = pathlib.Path(f"/proc/{self.process.pid}/stat").read_text().rsplit(")", 1)[1].split()
+        return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
 
     def stop(self, with_signal=signal.SIGTERM, seconds=20):
         """Ends the program as a user's session would; gives exit code and what it printed."""

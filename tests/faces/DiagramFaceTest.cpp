@@ -95,7 +95,7 @@ struct DiagramFaceTest : testing::Test {
     event->mstrEventTime = QStringLiteral("10:00:00.000");
     history->AddEvent(event);
   }
-  static void Frame() { QTest::qWait(4 * FrameUpdate::kFrameMs); }
+  static void Frame() { QTest::qWait(120); }
   DiagramFace& Canvas() const { return *face->findChild<DiagramFace*>(); }
   QScrollBar& Bar() const { return *face->findChild<QScrollBar*>(QStringLiteral("scrConnectionPanelVert")); }
   /// The middle of a cell on the canvas.

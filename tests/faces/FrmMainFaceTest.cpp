@@ -53,7 +53,7 @@ struct FrmMainFaceTest : testing::Test {
     Frame();
   }
   static void Frame() {
-    QTest::qWait(3 * FrameUpdate::kFrameMs);
+    QTest::qWait(120);
     // On a busy machine the wait may be over before what has come due in it was served.
     QCoreApplication::processEvents();
   }

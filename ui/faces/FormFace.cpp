@@ -13,7 +13,7 @@
 #include <QWindow>
 
 #include "forms/Controls.h"
-#include "ui/faces/FrameUpdate.h"
+#include "ui/faces/FramePace.h"
 
 namespace veltrane {
 
@@ -97,7 +97,7 @@ void FormFace::RepaintNow() {
   const qint64 now = QDateTime::currentMSecsSinceEpoch();
   // Before the event loop runs, nothing would carry out a repaint that is put off.
   const bool canWait = QThread::currentThread()->loopLevel() > 0;
-  if (canWait && now - mLastRepaint < FrameUpdate::kFrameMs) {
+  if (canWait && now - mLastRepaint < FramePace::kFrameMs) {
     update();
     return;
   }

@@ -14,6 +14,7 @@
 #include "forms/RichTextBox.h"
 #include "forms/TextLines.h"
 #include "ui/faces/CellFont.h"
+#include "ui/faces/FramePace.h"
 
 namespace veltrane {
 
@@ -85,7 +86,7 @@ class RichTextView : public QAbstractScrollArea {
   QPixmap mPicture;  // what was drawn last
   QTimer mFrame;
   QTimer mDrag;
-  qint64 mFrameCost = 0;  // ns
+  FramePace mPace{250};
   quint64 mGeneration = 0;
   qsizetype mAnchor = 0;
   qsizetype mCursor = 0;

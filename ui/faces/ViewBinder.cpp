@@ -70,7 +70,7 @@ class TreeBinding : public QObject {
     connect(view.selectionModel(), &QItemSelectionModel::currentChanged, this,
             [this](const QModelIndex& current) { CurrentChanged(current); });
     connect(view.selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] { SetBack(); });
-    mUpdate = new FrameUpdate(tree, this, [this] { Update(); });
+    mUpdate = new FrameUpdate(tree, view, this, [this] { Update(); });
   }
 
  protected:
@@ -185,7 +185,7 @@ class ListBinding : public QObject {
     });
     connect(&view, &QTreeView::doubleClicked, this, [this] { mList.DoubleClick(); });
     TakeWidths();
-    mUpdate = new FrameUpdate(list, this, [this] { Update(); });
+    mUpdate = new FrameUpdate(list, view, this, [this] { Update(); });
   }
 
  protected:
