@@ -10,6 +10,7 @@ import pathlib
 import subprocess
 import sys
 import time
+import types
 import unittest
 
 import veltrane
@@ -123,7 +124,7 @@ class DisplayTest(veltrane.ProgramTest):
         super().__init__(name)
         test = getattr(self, name, None)
 
-        def pictured():
+        def pictured(_):
             try:
                 test()
             except unittest.SkipTest:
@@ -133,7 +134,7 @@ class DisplayTest(veltrane.ProgramTest):
                 raise
 
         if test:
-            setattr(self, name, functools.wraps(test)(pictured))
+            setattr(self, name, types.MethodType(functools.wraps(test)(pictured), self))
 
     def setUp(self):
         self.need(*self.NEEDS)

@@ -203,7 +203,6 @@ class Ports(OnAScreen):
         self.assertTrue(is_served(port))
         self.window("^Configure Veltrane$")
         self.keys("alt+p", "End", "alt+d")
-        self.window("^Veltrane$")
         box = wait_for(lambda: self.question(), 10, "the question")
         self.screen.activate(box)
         self.assertTrue(is_served(port), "asking changes nothing")
