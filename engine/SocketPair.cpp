@@ -154,7 +154,21 @@ void SocketPair::Tell(Call&& call) {
   const auto keep = shared_from_this();
   const ProtocolHandlerRef handler = mobjProtocolHandler;
   if (handler) call(*handler);
+  EndOrphan();
   CountHeld();
+}
+
+// Both sides have closed while data for the other was on its way: each close waits for a completion that
+// cannot come any more. The end of a dangle may still end the pair in its own way.
+void SocketPair::EndOrphan() {
+  const auto isClosed = [](SocketState state) {
+    return state == SocketState::kClosed || state == SocketState::kError;
+  };
+  if (mDead || !mClientInitialised || !mobjProtocolHandler) return;
+  if (!isClosed(ServerState()) || !isClosed(ClientState())) return;
+  if (IsDue(tmrDangleStartTimer) || IsDue(tmrDangleStopTimer)) return;
+  mDead = true;
+  mGeneral.gobjLogging->Dead(*this);
 }
 
 void SocketPair::Terminate() {

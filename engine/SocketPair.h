@@ -127,6 +127,7 @@ class SocketPair : public std::enable_shared_from_this<SocketPair> {
   Payload Read(Socket& socket, bool clientToServer);
   qsizetype BytesHeld(bool clientToServer) const;
   void CountHeld();
+  void EndOrphan();
   void ReadOn(bool clientToServer);
 
   General& mGeneral;

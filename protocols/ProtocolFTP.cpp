@@ -89,12 +89,12 @@ void ProtocolFTP::ServerSpoke(const Payload& data) {
   // In every chunk of the connection, not only the first.
   if (data.View().startsWith(kServerGreeting)) {
     Log().ClientBytesReceived(Pair(), data, false);
-    mGreeted = true;
+    mLoginHasLeft = true;
     mLoginIsPassed = false;
     SendDataToRemoteServer(mvarClientBuffer.TakeAll());
     return;
   }
-  mLoginIsPassed = !mGreeted;
+  mLoginIsPassed = !mLoginHasLeft;
   Log().ClientBytesReceived(Pair(), data, true);
   Payload line = data;
   if (BeginsWith(line, kPasvWords) && !RoutePasvReply(line)) {
@@ -103,6 +103,14 @@ void ProtocolFTP::ServerSpoke(const Payload& data) {
     return;
   }
   Relay(kToClient, line);
+}
+
+void ProtocolFTP::SendBuffer(const Lane& lane) {
+  if (lane.clientToServer) {
+    mLoginHasLeft = true;
+    mLoginIsPassed = false;
+  }
+  RoutedHandler::SendBuffer(lane);
 }
 
 bool ProtocolFTP::RoutePortCommand(Payload& data) {

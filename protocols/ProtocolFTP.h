@@ -30,7 +30,8 @@ class ProtocolFTP : public RoutedHandler {
   void BeginRelay() override;
   void ClientSpoke(const Payload& data) override;
   void ServerSpoke(const Payload& data) override;
-  bool LoginWaits() const override { return !mGreeted; }
+  bool LoginWaits() const override { return !mLoginHasLeft; }
+  void SendBuffer(const Lane& lane) override;
 
  private:
   struct AddressLine;
@@ -51,7 +52,8 @@ class ProtocolFTP : public RoutedHandler {
   void ShowDataPort(qint32 lngPort);
   void SendDataToRemoteServer(const Payload& text);
 
-  bool mGreeted = false;  // the server has said its "220 "
+  /// The server's "220 " has let it go, or the end of a dangle, or what passed it.
+  bool mLoginHasLeft = false;
 };
 
 }  // namespace veltrane

@@ -43,7 +43,6 @@ void ProtocolPOP3::ServerSpoke(const Payload& data) {
     if (!mvarClientBuffer.IsEmpty() && Pair().ClientState() == SocketState::kConnected) {
       // Only the pending flag: what the client says before this is sent goes out on its own.
       SendBuffer(kToServer);
-      mLoginIsPassed = false;
       return;
     }
     // Nothing waits: the greeting is recorded once more, and relayed.
@@ -53,7 +52,10 @@ void ProtocolPOP3::ServerSpoke(const Payload& data) {
 }
 
 void ProtocolPOP3::SendBuffer(const Lane& lane) {
-  if (lane.clientToServer) mblnAwaitingGreeting = false;
+  if (lane.clientToServer) {
+    mblnAwaitingGreeting = false;
+    mLoginIsPassed = false;
+  }
   SiteHandler::SendBuffer(lane);
 }
 

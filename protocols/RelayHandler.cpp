@@ -160,8 +160,14 @@ void RelayHandler::Relay(const Lane& lane, const Payload& data) {
     Hold(lane, data, false);
     // What waits without a run of sends is a login that waits for its server's greeting: what the client says
     // before the server has spoken belongs behind it. Or it is what a dangle has left that ended with no
-    // choice made: that goes with the next data.
-    if (!(this->*lane.sending) && !(lane.clientToServer && LoginWaits())) Resume(lane, false);
+    // choice made: that goes with the next data. Or a throttle has kept it from the greeting's send, and its
+    // timer goes on.
+    if (this->*lane.sending || (lane.clientToServer && LoginWaits())) return;
+    if ((Pair().*lane.isThrottleTimerDue)()) {
+      this->*lane.sending = true;
+    } else {
+      Resume(lane, false);
+    }
   } else {
     if (lane.directSendIsPending) this->*lane.sendPending = true;
     SendNow(lane, data);

@@ -130,6 +130,83 @@ TEST_P(RoutedTest, A_server_that_leaves_in_a_dangle_is_ended_when_what_it_said_h
             Lines({"ServerBytesSendStop()", "sckServer.Close", "LocalServerDisconnected(False)", "Dead()"}));
 }
 
+// A close that waits for a completion which cannot come any more.
+TEST_P(RoutedTest, Both_sides_that_close_while_both_directions_send_end_the_pair) {
+  Establish();
+  server->Arrive("upload");
+  client->Arrive("reply");
+  client->PeerCloses();
+  EXPECT_FALSE(pair->Dead());
+  Take();
+  server->PeerCloses();
+  EXPECT_EQ(Take(), Lines({"sckServer.Close", "RemoteClientDisconnected(False)", "Dead()"}));
+  EXPECT_TRUE(pair->Dead());
+}
+
+TEST_P(RoutedTest, Both_sides_that_leave_in_a_dangle_that_holds_nothing_are_ended_with_it) {
+  Dangle(2, 1);
+  Establish();
+  Pass(500);
+  server->PeerCloses();
+  client->PeerCloses();
+  EXPECT_FALSE(pair->Dead());
+  Take();
+  Pass(1000);
+  EXPECT_EQ(Take(), Lines({"DanglingStatusChanged(False, 2, 1000)", "Dead()"}));
+}
+
+struct LoginTest : RoutedTest {
+  const char* Greeting() const { return protocol == QLatin1String("FTP") ? "220 real\r\n" : "+OK real\r\n"; }
+  /// What the server gets of the login.
+  static constexpr char kLogin[] = "USER Fred\r\n";
+};
+
+INSTANTIATE_TEST_SUITE_P(All, LoginTest, testing::Values(kPop3, kFtp),
+                         [](const auto& which) { return std::string(which.param.name); });
+
+TEST_P(LoginTest, A_login_that_a_throttle_cuts_goes_before_what_the_client_says_next) {
+  AcceptAndSay(GetParam().first);
+  Connect();
+  Throttle(3);
+  client->Arrive(Greeting());
+  EXPECT_EQ(client->mSent, "USE");
+  client->Sent();
+  server->Arrive("PASS x\r\n");
+  EXPECT_EQ(client->mSent, "USE") << "the period is not over";
+  RunDry(client);
+  EXPECT_EQ(client->mSent, QByteArray(kLogin) + "PASS x\r\n");
+}
+
+TEST_P(LoginTest, After_a_late_greeting_a_login_that_a_throttle_cuts_still_goes_first) {
+  AcceptAndSay(GetParam().first);
+  Connect();
+  client->Arrive("- not yet\r\n");
+  server->Sent();
+  Throttle(3);
+  client->Arrive(Greeting());
+  server->Arrive("PASS x\r\n");
+  RunDry(client);
+  EXPECT_EQ(client->mSent, QByteArray(kLogin) + "PASS x\r\n");
+}
+
+TEST_P(LoginTest, What_is_left_of_a_dangle_without_an_end_goes_first_once_the_login_has_left) {
+  Dangle(0, -1);
+  AcceptAndSay(GetParam().first);
+  Connect();
+  client->Arrive("- not yet\r\n");
+  server->Arrive("passes ");
+  client->Sent();
+  client->Sent();
+  EXPECT_EQ(client->mSent, QByteArray("passes ") + kLogin);
+  client->mSent.clear();
+  client->Arrive("- nor now\r\n");
+  Pass(500);
+  server->Arrive("held ");
+  Pass(1000);
+  server->Arrive("next");
+  EXPECT_EQ(client->mSent, "held next");
+}
+
 // The proxy's own text is a send like any other: the timer waits until its first piece has left.
 TEST_P(RepliesTest, The_proxys_own_reply_under_a_throttle_waits_for_each_piece) {
   Throttle(3);
