@@ -142,6 +142,8 @@ class FakeSocket : public Socket {
   bool DeliverRequest() {
     mAnnouncedEnd = mRequests.takeFirst();
     mAnnounced = ++mNet.mNextRequest;
+    mRemotePort = 50000 + mAnnounced;
+    mRemoteHostIP = QStringLiteral("127.0.0.1");
     bool destroyed = false;
     mDestroyed = &destroyed;
     const FakeEndRef end = mAnnouncedEnd;
