@@ -78,6 +78,15 @@ void NameLookup::AddWorker() {
 
 void NameLookup::Cancel(quint64 number) {
   mWaiting.erase(number);
+  // A name that waits behind others which get no answer would wait there long after everybody has lost
+  // interest.
+  const std::lock_guard lock(mShared->mutex);
+  std::erase_if(mShared->questions, [&](const auto& question) { return question.first == number; });
+}
+
+qsizetype NameLookup::QuestionCount() const {
+  const std::lock_guard lock(mShared->mutex);
+  return static_cast<qsizetype>(mShared->questions.size());
 }
 
 void NameLookup::Work(const std::shared_ptr<Shared>& shared) {
