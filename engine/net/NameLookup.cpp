@@ -130,8 +130,10 @@ NameLookup::Result NameLookup::SystemResolver(const std::string& name) {
   hints.ai_socktype = SOCK_STREAM;
   addrinfo* found = nullptr;
   Result result;
-  // The system would look up what stands before it, another name than the one that is shown.
-  if (name.find('\0') != std::string::npos) {
+  // The system would look up what stands before it, another name than the one that is shown. And no name is
+  // as long as what a client may ask for (RFC 1035).
+  constexpr std::size_t kLongestName = 253 + 1;  // with a dot at its end
+  if (name.find('\0') != std::string::npos || name.size() > kLongestName) {
     result.lookupError = EAI_NONAME;
     return result;
   }

@@ -93,6 +93,15 @@ TEST(NameLookup, Hanging_look_ups_do_not_hold_others_back) {
   EXPECT_TRUE(net.Pump([&] { return slow.errors.size() == 20; }));
 }
 
+TEST(NameLookup, What_can_be_no_name_is_not_found_and_asked_of_nobody) {
+  for (const std::string& name :
+       {std::string(255, 'a'), std::string(1'000'000, '.'), std::string("a\0b", 3)}) {
+    const NameLookup::Result result = NameLookup::SystemResolver(name);
+    EXPECT_EQ(result.lookupError, EAI_NONAME);
+    EXPECT_TRUE(result.addresses.empty());
+  }
+}
+
 TEST(NameLookup, Names_that_nobody_asks_for_any_more_do_not_pile_up_behind_a_silent_server) {
   std::atomic<bool> release = false;
   RealNet net([&release](const std::string&) {
