@@ -14,7 +14,7 @@ namespace veltrane {
 
 void LogFile::Open(const QString& path, const QByteArray& header) {
   Close();
-  const QByteArray name = QFile::encodeName(path);
+  const QByteArray name = SystemPath(path);
   // Less what the user's mask takes away.
   constexpr mode_t kRights = 0666;
   // Opening a pipe that nobody reads would stop the whole program.

@@ -157,7 +157,7 @@ void frmRealTimeLogging::DeleteFile() {
   CloseLogFile();
   mGeneral.Guard(
       u"An error occurred while attempting to delete the log file.  The operating system reports: ", [this] {
-        const QByteArray path = QFile::encodeName(txtLogFile.Text());
+        const QByteArray path = SystemPath(txtLogFile.Text());
         if (::unlink(path.constData()) != 0) throw FileFailure(errno, txtLogFile.Text());
       });
 }

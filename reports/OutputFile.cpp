@@ -30,7 +30,7 @@ OutputFile::OutputFile(const QString& path, Old old) {
   const int flags =
       O_WRONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | (old == Old::kReplaced ? O_TRUNC : 0);
   do {
-    mDescriptor = ::open(QFile::encodeName(path).constData(), flags, kFileRights);
+    mDescriptor = ::open(SystemPath(path).constData(), flags, kFileRights);
   } while (mDescriptor < 0 && errno == EINTR);
   if (mDescriptor < 0) throw FileFailure(errno);
   struct stat info {};
@@ -75,7 +75,7 @@ void CopyFile(const QString& from, const QString& to) {
 }
 
 void MakeFolder(const QString& path) {
-  if (::mkdir(QFile::encodeName(path).constData(), kFolderRights) == 0) return;
+  if (::mkdir(SystemPath(path).constData(), kFolderRights) == 0) return;
   const int error = errno;
   if (error != EEXIST || !QFileInfo(path).isDir()) throw FileFailure(error);
 }
