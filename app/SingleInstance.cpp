@@ -1,6 +1,5 @@
 #include "app/SingleInstance.h"
 
-#include <QDir>
 #include <QFile>
 
 #include <cerrno>
@@ -9,12 +8,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "base/PrivateFiles.h"
+
 namespace veltrane {
 
 SingleInstance::SingleInstance(const QString& folder) {
-  if (!QDir(folder).exists() && QDir().mkpath(folder)) {
-    ::chmod(QFile::encodeName(folder).constData(), S_IRWXU);
-  }
+  MakePrivateFolder(folder);
   const QByteArray path = QFile::encodeName(folder + QStringLiteral("/instance.lock"));
   mDescriptor = ::open(path.constData(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
   // In a folder that cannot be written, the folder itself is locked.

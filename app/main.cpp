@@ -1,6 +1,8 @@
 #include <QApplication>
 #include <QEvent>
 
+#include <sys/resource.h>
+
 #include "app/Application.h"
 #include "app/Terminal.h"
 #include "ui/faces/Pictures.h"
@@ -33,10 +35,20 @@ class VeltraneApplication : public QApplication {
   }
 };
 
+/// A connection takes two descriptors, and what a session begins with is often enough for 500 connections
+/// only.
+void AllowAllDescriptors() {
+  rlimit limit{};
+  if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
+  limit.rlim_cur = limit.rlim_max;
+  ::setrlimit(RLIMIT_NOFILE, &limit);
+}
+
 }  // namespace
 
 int main(int argc, char* argv[]) {
   veltrane::TerminationSignals::Block();
+  AllowAllDescriptors();
   // The toolkit's own words, which it would wait to get rid of.
   qInstallMessageHandler(
       [](QtMsgType, const QMessageLogContext&, const QString& text) { veltrane::TellTerminal(text); });

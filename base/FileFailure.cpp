@@ -1,5 +1,6 @@
 #include "base/FileFailure.h"
 
+#include <QFile>
 #include <QFileInfo>
 
 #include <array>
@@ -22,6 +23,11 @@ constexpr std::array kRows{
 };
 
 }  // namespace
+
+QByteArray SystemPath(const QString& path) {
+  if (path.contains(QChar::Null)) throw FileFailure(ENOENT);
+  return QFile::encodeName(path);
+}
 
 Failure FileFailure(int systemError, const QString& path) {
   if (systemError == ENOENT && !path.isEmpty() && QFileInfo(QFileInfo(path).path()).isDir()) {

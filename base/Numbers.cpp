@@ -1,5 +1,6 @@
 #include "base/Numbers.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -20,6 +21,37 @@ qsizetype SkipDigits(QStringView text, qsizetype at) {
 
 qsizetype SkipSign(QStringView text, qsizetype at) {
   return at < text.size() && (text[at] == u'+' || text[at] == u'-') ? at + 1 : at;
+}
+
+/// Longer texts are shortened before they are converted, which else takes seconds for what somebody pasted.
+constexpr qsizetype kUsualLength = 1000;
+
+/// The exponent as it is written; one beyond all doubles stands for those that are further out.
+qint64 Exponent(QStringView text) {
+  constexpr qint64 kBeyond = 100'000'000;
+  bool held = true;
+  const qint64 exponent = text.isEmpty() ? 0 : text.toLongLong(&held);
+  if (held) return std::clamp(exponent, -kBeyond, kBeyond);
+  return text.startsWith(u'-') ? -kBeyond : kBeyond;
+}
+
+/// The same number, but for digits that no double can tell, of a numeric text.
+QString Shortened(QStringView text) {
+  constexpr qsizetype kDigits = 800;
+  const bool isNegative = text.startsWith(u'-');
+  text = text.sliced(SkipSign(text, 0));
+  const qsizetype point = SkipDigits(text, 0);
+  const bool hasPoint = point < text.size() && text[point] == u'.';
+  const qsizetype end = hasPoint ? SkipDigits(text, point + 1) : point;
+  QString digits = text.first(point).toString();
+  if (hasPoint) digits += text.sliced(point + 1, end - point - 1);
+  qsizetype zeros = 0;
+  while (zeros < digits.size() && digits[zeros] == u'0')
+    ++zeros;
+  // 0.0 and the digits, so that there is a digit where all are zeros.
+  const QStringView exponent = end < text.size() ? text.sliced(end + 1) : QStringView();
+  return (isNegative ? QStringLiteral("-0.0") : QStringLiteral("0.0")) + digits.mid(zeros, kDigits) + u'e' +
+         QString::number(Exponent(exponent) + point - zeros + 1);
 }
 
 template <class Whole>
@@ -56,7 +88,8 @@ bool IsNumeric(QStringView text) {
 double ToDoubleOrInfinity(QStringView text) {
   if (!IsNumeric(text)) throw Failure(FailureNumber::kTypeMismatch);
   // toDouble gives infinity for what is too large, and zero for what is too small.
-  return text.trimmed().toDouble();
+  text = text.trimmed();
+  return text.size() > kUsualLength ? Shortened(text).toDouble() : text.toDouble();
 }
 
 double ToDouble(QStringView text) {

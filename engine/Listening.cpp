@@ -30,7 +30,7 @@ class Listening::ListenerEvents : public SocketEvents {
 };
 
 Listening::Listening(General& general)
-    : mGeneral(general), sckServer(general.mPlatform.sockets, [this](int index) {
+    : mGeneral(general), mStrangers(general), sckServer(general.mPlatform.sockets, [this](int index) {
         return std::make_unique<ListenerEvents>(*this, index);
       }) {}
 
@@ -127,6 +127,7 @@ void Listening::ConnectionRequest(int index, qint32 lngRequestId) {
       u"system reports: ",
       [&] {
         const Socket& listener = sckServer.Element(index);
+        if (!mStrangers.MayConnect(listener.RemoteHostIP(), listener.LocalPort())) return;
         const ProtocolHandlerRef handler = GetProtocolHandler(listener.LocalPort());
         if (!handler) {
           mGeneral.LogError(QStringLiteral(

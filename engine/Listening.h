@@ -8,6 +8,7 @@
 #include "base/KeyedList.h"
 #include "engine/SocketArray.h"
 #include "engine/SocketPair.h"
+#include "engine/Strangers.h"
 
 namespace veltrane {
 
@@ -66,6 +67,7 @@ class Listening : public std::enable_shared_from_this<Listening> {
   QString Description(qint32 lngPort, const QString& whenMissing) const;
 
   General& mGeneral;
+  Strangers mStrangers;
   SocketArray sckServer;
   std::vector<std::shared_ptr<SocketPair>> mLoadedPairs;
   /// Wraps from 32767 to -32768.

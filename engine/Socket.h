@@ -58,8 +58,9 @@ class Socket {
   virtual void SetLocalPort(qint32 port) = 0;
 
   // Addresses are dotted IPv4 text. They keep their last values after Close. Those of the peer are empty
-  // before there is one; from a Connect on they are what is tried, also when that fails. Before there is a
-  // connection, LocalIP is the machine's own address.
+  // before there is one; from a Connect on they are what is tried, also when that fails. A listening socket
+  // has those of the peer whose request it announced last. Before there is a connection, LocalIP is the
+  // machine's own address.
   virtual qint32 RemotePort() const = 0;
   /// The peer's name as given to Connect; empty when unknown.
   virtual QString RemoteHost() const = 0;

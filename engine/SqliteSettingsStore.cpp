@@ -1,6 +1,5 @@
 #include "engine/SqliteSettingsStore.h"
 
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
@@ -8,6 +7,8 @@
 #include <initializer_list>
 #include <sqlite3.h>
 #include <sys/stat.h>
+
+#include "base/PrivateFiles.h"
 
 namespace veltrane {
 namespace {
@@ -95,7 +96,7 @@ SqliteSettingsStore::SqliteSettingsStore(const QString& path, const Clock& clock
 
 SqliteSettingsStore::~SqliteSettingsStore() {
   // At rest the store is one plain file, which can be read from a folder that cannot be written.
-  if (mDatabase) {
+  if (mDatabase && !mMoved) {
     CloseStatements();
     sqlite3_exec(mDatabase, "PRAGMA journal_mode = DELETE", nullptr, nullptr, nullptr);
   }
@@ -103,12 +104,11 @@ SqliteSettingsStore::~SqliteSettingsStore() {
 }
 
 void SqliteSettingsStore::OpenAtFirstUse() {
-  if (mDatabase) return;
-  const QString folder = QFileInfo(mPath).path();
-  if (!QFileInfo::exists(folder)) {
-    QDir().mkpath(folder);
-    ::chmod(QFile::encodeName(folder).constData(), S_IRWXU);
+  if (mDatabase) {
+    TellWhenMoved();
+    return;
   }
+  MakePrivateFolder(QFileInfo(mPath).path());
   if (OpenForWriting()) return;
   if (IsCorrupt(mOpenResult)) {
     SetAside();
@@ -129,6 +129,32 @@ void SqliteSettingsStore::OpenAtFirstUse() {
   const QString problem = Unreadable();
   OpenInMemory();
   mErrors.LogError(problem);
+}
+
+SqliteSettingsStore::FileNumber SqliteSettingsStore::NumberOf(const QString& path) {
+  struct stat info {};
+  if (::stat(QFile::encodeName(path).constData(), &info) != 0) return {};
+  return {info.st_dev, info.st_ino};
+}
+
+void SqliteSettingsStore::NoteOpenFiles() {
+  for (const char* const ending : kFilesBesideTheStore)
+    mOpenFiles.insert(QLatin1String(ending), NumberOf(mPath + QLatin1String(ending)));
+}
+
+// The file that is open still serves this run, but nobody will find it again. Its log must not stay behind:
+// it would be taken for that of the file which comes in its place.
+void SqliteSettingsStore::TellWhenMoved() {
+  if (mMoved || mInMemory || mOpenFiles.isEmpty() || NumberOf(mPath) == mOpenFiles.value(QString())) return;
+  mMoved = true;
+  for (auto file = mOpenFiles.cbegin(); file != mOpenFiles.cend(); ++file) {
+    const QString path = mPath + file.key();
+    if (file.value() != FileNumber() && NumberOf(path) == file.value()) QFile::remove(path);
+  }
+  mErrors.LogError(
+      QStringLiteral("The settings file ") + mPath +
+      QStringLiteral(" was removed or replaced. Veltrane runs on with the settings that it held; "
+                     "changes will not be kept. End Veltrane and start it again."));
 }
 
 QString SqliteSettingsStore::Unreadable() const {
@@ -155,10 +181,9 @@ bool SqliteSettingsStore::OpenFile(const QByteArray& name, int flags) {
 }
 
 bool SqliteSettingsStore::OpenForWriting() {
-  const bool isNew = !QFile::exists(mPath);
+  // A file that is there keeps the rights that its user gave it. Those beside it get the same.
+  MakePrivateFile(mPath);
   if (!OpenFile(mPath.toUtf8(), SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE)) return false;
-  // A file that is there keeps the rights that its user gave it.
-  if (isNew) ::chmod(QFile::encodeName(mPath).constData(), S_IRUSR | S_IWUSR);
   try {
     if (sqlite3_db_readonly(mDatabase, "main") != 0) {
       mOpenResult = SQLITE_READONLY;
@@ -171,6 +196,7 @@ bool SqliteSettingsStore::OpenForWriting() {
     MakeTable();
     MakeKeysText();
     Prepare();
+    NoteOpenFiles();
     return true;
   } catch (const Failure&) {
     mOpenResult = sqlite3_errcode(mDatabase);

@@ -44,6 +44,8 @@ class SqliteSettingsStore : public SettingsStore {
   class Statement;
 
   void OpenAtFirstUse();
+  void NoteOpenFiles();
+  void TellWhenMoved();
   bool OpenForWriting();
   bool OpenForReading();
   bool OpenFile(const QByteArray& name, int flags);
@@ -61,6 +63,10 @@ class SqliteSettingsStore : public SettingsStore {
   QString Problem() const;
   QString Reason() const;
 
+  /// Tells files apart, whatever their names; device and number.
+  using FileNumber = std::pair<quint64, quint64>;
+  static FileNumber NumberOf(const QString& path);
+
   /// The rows of a section as of a version of the file.
   struct Section {
     QString version;
@@ -73,6 +79,9 @@ class SqliteSettingsStore : public SettingsStore {
   ErrorSink& mErrors;
   sqlite3* mDatabase = nullptr;
   QHash<QString, Section> mSections;
+  /// The open file and those beside it, by their endings.
+  QHash<QString, FileNumber> mOpenFiles;
+  bool mMoved = false;
   bool mInMemory = false;
   int mOpenResult = 0;
   std::unique_ptr<Statement> mGet, mAll, mVersion, mUpdate, mInsert, mDeleteKey, mDeleteSection;

@@ -1,5 +1,7 @@
 #include "history/HistoryText.h"
 
+#include <algorithm>
+
 namespace veltrane {
 
 bool ListsConnections(const QString& image) {
@@ -17,6 +19,17 @@ QString AwaitingNodeKey(const SocketPairHistory& history) {
 QString ConnectionNodeKey(const SocketPairHistory& history) {
   return ConnectionNodeKey(history.mlngLocalServerPort, history.mstrRemoteClientIP,
                            history.mstrRemoteServerIP);
+}
+
+QString ShownName(const QString& name) {
+  constexpr qsizetype kLongestName = 253;
+  QString shown = name.first(std::min(name.size(), kLongestName));
+  for (QChar& character : shown) {
+    const bool endsLine = character == QChar::LineSeparator || character == QChar::ParagraphSeparator;
+    if (!character.isPrint() || endsLine) character = u'.';
+  }
+  if (name.size() > kLongestName) shown += QStringLiteral("...");
+  return shown;
 }
 
 QString Address(const QString& address, qint32 port) {

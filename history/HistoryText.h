@@ -21,6 +21,11 @@ QString AwaitingNodeKey(const SocketPairHistory& history);
 QString ConnectionNodeKey(const SocketPairHistory& history);
 QString ConnectionNodeKey(qint32 port, const QString& client, const QString& server);
 
+/// A host's name as it may be shown and written to a line of the log: a client can ask for a host by any
+/// bytes, and what cannot be printed, line ends above all, stands as a dot. No name is longer than 253
+/// characters; what is ends in "..." behind so many.
+QString ShownName(const QString& name);
+
 /// "address:port".
 QString Address(const QString& address, qint32 port);
 /// " (name)", also around an empty name.

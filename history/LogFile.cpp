@@ -1,6 +1,7 @@
 #include "history/LogFile.h"
 
 #include <QFile>
+#include <QFileInfo>
 
 #include <cerrno>
 #include <fcntl.h>
@@ -13,8 +14,9 @@ namespace veltrane {
 
 void LogFile::Open(const QString& path, const QByteArray& header) {
   Close();
-  const QByteArray name = QFile::encodeName(path);
-  constexpr mode_t kRights = S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH;
+  const QByteArray name = SystemPath(path);
+  // Less what the user's mask takes away.
+  constexpr mode_t kRights = 0666;
   // Opening a pipe that nobody reads would stop the whole program.
   constexpr int kFlags = O_WRONLY | O_APPEND | O_CLOEXEC | O_NONBLOCK;
   mDescriptor = ::open(name.constData(), kFlags);
@@ -26,7 +28,8 @@ void LogFile::Open(const QString& path, const QByteArray& header) {
     RequireFile();
     if (isNew) Append(header);
   } catch (...) {
-    if (isNew) ::unlink(name.constData());
+    // The file itself: a link that led to it is its user's.
+    if (isNew) QFile::remove(QFileInfo(path).canonicalFilePath());
     Close();
     throw;
   }

@@ -4,6 +4,7 @@
 #include "engine/SocketPair.h"
 #include "forms/TreeView.h"
 #include "history/Happening.h"
+#include "history/HistoryText.h"
 
 namespace veltrane {
 namespace {
@@ -322,7 +323,7 @@ void Logging::LocalServerRejectedConnection(SocketPair& objSocketPair, bool blnN
 
 void Logging::ConnectionAttemptToRemoteServer(SocketPair& objSocketPair, const QString& strRemoteServer,
                                               qint32 lngRemotePort, bool blnNextEventFollowOn) {
-  const Facts facts{.words = strRemoteServer + u':' + QString::number(lngRemotePort),
+  const Facts facts{.words = ShownName(strRemoteServer) + u':' + QString::number(lngRemotePort),
                     .followOn = blnNextEventFollowOn};
   Record(
       kAttempt, objSocketPair, facts, [](SocketPairHistory&) {},
@@ -474,7 +475,7 @@ void Logging::GotNameOfRemoteServer(SocketPair& objSocketPair, const QString& st
       [&] {
         const SocketPairHistoryRef* const history = mobjSocketPairHistory.Find(objSocketPair.SocketPairKey());
         if (!history) return;
-        (*history)->mstrRemoteServerName = strName;
+        (*history)->mstrRemoteServerName = ShownName(strName);
         RenameConnectionNode(**history);
         ShowServerName(**history);
       });
@@ -487,7 +488,7 @@ void Logging::GotNameOfRemoteClient(SocketPair& objSocketPair, const QString& st
       [&] {
         const SocketPairHistoryRef* const history = mobjSocketPairHistory.Find(objSocketPair.SocketPairKey());
         if (!history) return;
-        (*history)->mstrRemoteClientName = strName;
+        (*history)->mstrRemoteClientName = ShownName(strName);
         RenameConnectionNode(**history);
         ShowClientName(**history);
       });

@@ -14,6 +14,7 @@
 #include "engine/PortTable.h"
 #include "engine/ProtocolHandler.h"
 #include "engine/SocketPair.h"
+#include "history/HistoryText.h"
 
 namespace veltrane {
 namespace {
@@ -129,10 +130,10 @@ QByteArray frmRealTimeLogging::Record(const SocketPair& pair, const SocketEvent&
   AppendField(record, handler ? handler->GetProtocolName() : QString());
   AppendField(record, QString::number(handler ? handler->mlngWasListeningOnPort : 0));
   AppendField(record, pair.RemoteClientIP());
-  AppendField(record, pair.RemoteClientName());
+  AppendField(record, ShownName(pair.RemoteClientName()));
   AppendField(record, QString::number(pair.RemoteClientPort()));
   AppendField(record, pair.RemoteServerIP());
-  AppendField(record, pair.RemoteServerName());
+  AppendField(record, ShownName(pair.RemoteServerName()));
   AppendField(record, QString::number(pair.RemoteServerPort()));
   AppendField(record, QString::number(event.mobjEventType));
   AppendField(record, event.mstrDescription);
@@ -158,7 +159,7 @@ void frmRealTimeLogging::DeleteFile() {
   CloseLogFile();
   mGeneral.Guard(
       u"An error occurred while attempting to delete the log file.  The operating system reports: ", [this] {
-        const QByteArray path = QFile::encodeName(txtLogFile.Text());
+        const QByteArray path = SystemPath(txtLogFile.Text());
         if (::unlink(path.constData()) != 0) throw FileFailure(errno, txtLogFile.Text());
       });
 }

@@ -34,11 +34,17 @@ bool LeadsTo(const QString& path, int descriptor) {
 }  // namespace
 
 OutputFile::OutputFile(const QString& path, Old old) {
-  const int flags = O_WRONLY | O_CREAT | O_CLOEXEC | (old == Old::kReplaced ? O_TRUNC : 0);
+  // Opening a pipe that nobody reads, and writing to one that is full, would stop the whole program.
+  const int flags =
+      O_WRONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | (old == Old::kReplaced ? O_TRUNC : 0);
   do {
-    mDescriptor = ::open(QFile::encodeName(path).constData(), flags, kFileRights);
+    mDescriptor = ::open(SystemPath(path).constData(), flags, kFileRights);
   } while (mDescriptor < 0 && errno == EINTR);
   if (mDescriptor < 0) throw FileFailure(errno);
+  struct stat info {};
+  if (::fstat(mDescriptor, &info) == 0 && (S_ISREG(info.st_mode) || S_ISCHR(info.st_mode))) return;
+  ::close(mDescriptor);
+  throw FileFailure(EACCES);
 }
 
 OutputFile::~OutputFile() {
@@ -79,7 +85,7 @@ void CopyFile(const QString& from, const QString& to) {
 }
 
 void MakeFolder(const QString& path) {
-  if (::mkdir(QFile::encodeName(path).constData(), kFolderRights) == 0) return;
+  if (::mkdir(SystemPath(path).constData(), kFolderRights) == 0) return;
   const int error = errno;
   if (error != EEXIST || !QFileInfo(path).isDir()) throw FileFailure(error);
 }

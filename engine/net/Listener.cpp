@@ -1,5 +1,6 @@
 #include "engine/net/Listener.h"
 
+#include <arpa/inet.h>
 #include <cerrno>
 #include <sys/epoll.h>
 #include <sys/socket.h>
@@ -24,9 +25,12 @@ void Listener::Start() {
 void Listener::Readable() {
   const ChannelRef keep = shared_from_this();
   do {
-    const int descriptor = ::accept4(Descriptor(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
+    sockaddr_in peer{};
+    socklen_t size = sizeof peer;
+    const int descriptor =
+        ::accept4(Descriptor(), reinterpret_cast<sockaddr*>(&peer), &size, SOCK_NONBLOCK | SOCK_CLOEXEC);
     if (descriptor >= 0) {
-      Announce(descriptor);
+      Announce(descriptor, peer);
     } else if (errno == EAGAIN || errno == EWOULDBLOCK) {
       mReactor.DescriptorsSuffice();
       return;
@@ -38,7 +42,9 @@ void Listener::Readable() {
   } while (IsOpen() && !mReactor.BudgetIsSpent());
 }
 
-void Listener::Announce(int descriptor) {
+void Listener::Announce(int descriptor, const sockaddr_in& peer) {
+  mOwner->mRemoteAddress = peer.sin_addr;
+  mOwner->mRemotePort = ntohs(peer.sin_port);
   const qint32 request = mReactor.KeepRequest(descriptor);
   mReactor.Deliver([&] { mOwner->mEvents.ConnectionRequest(request); });
   const int unaccepted = mReactor.TakeRequest(request);

@@ -3,6 +3,8 @@
 
 #include "engine/net/Channel.h"
 
+struct sockaddr_in;
+
 namespace veltrane {
 
 class TcpSocket;
@@ -19,7 +21,7 @@ class Listener : public Channel {
 
  private:
   void AcceptFailed(int systemError);
-  void Announce(int descriptor);
+  void Announce(int descriptor, const sockaddr_in& peer);
 
   TcpSocket* mOwner;
 };

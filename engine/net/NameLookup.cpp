@@ -78,6 +78,15 @@ void NameLookup::AddWorker() {
 
 void NameLookup::Cancel(quint64 number) {
   mWaiting.erase(number);
+  // A name that waits behind others which get no answer would wait there long after everybody has lost
+  // interest.
+  const std::lock_guard lock(mShared->mutex);
+  std::erase_if(mShared->questions, [&](const auto& question) { return question.first == number; });
+}
+
+qsizetype NameLookup::QuestionCount() const {
+  const std::lock_guard lock(mShared->mutex);
+  return static_cast<qsizetype>(mShared->questions.size());
 }
 
 void NameLookup::Work(const std::shared_ptr<Shared>& shared) {
@@ -121,8 +130,10 @@ NameLookup::Result NameLookup::SystemResolver(const std::string& name) {
   hints.ai_socktype = SOCK_STREAM;
   addrinfo* found = nullptr;
   Result result;
-  // The system would look up what stands before it, another name than the one that is shown.
-  if (name.find('\0') != std::string::npos) {
+  // The system would look up what stands before it, another name than the one that is shown. And no name is
+  // as long as what a client may ask for (RFC 1035).
+  constexpr std::size_t kLongestName = 253 + 1;  // with a dot at its end
+  if (name.find('\0') != std::string::npos || name.size() > kLongestName) {
     result.lookupError = EAI_NONAME;
     return result;
   }

@@ -36,6 +36,8 @@ class NameLookup {
   /// The answer will not be given.
   void Cancel(quint64 number);
   void DeliverAnswers();
+  /// Names that wait for a worker.
+  qsizetype QuestionCount() const;
 
   /// getaddrinfo, IPv4 only.
   static Result SystemResolver(const std::string& name);

@@ -2,6 +2,7 @@
 #include <stdexcept>
 
 #include "base/Failure.h"
+#include "base/FileFailure.h"
 #include "tests/support/Journal.h"
 
 namespace veltrane {
@@ -53,6 +54,11 @@ TEST(Failure, Every_number_has_a_text_of_its_own) {
 TEST(Failure, Steps_past_failures_say_whether_they_failed) {
   EXPECT_TRUE(PastFailures([] {}));
   EXPECT_FALSE(PastFailures([] { throw Failure(FailureNumber::kOverflow); }));
+}
+
+TEST(SystemPath, A_path_with_a_NUL_is_no_other_path) {
+  EXPECT_EQ(SystemPath(QStringLiteral("/tmp/b\u00fc")), QByteArray("/tmp/b\xc3\xbc"));
+  EXPECT_THROW(SystemPath(QStringLiteral("/tmp/log") + QChar::Null + QStringLiteral(".txt")), Failure);
 }
 
 }  // namespace

@@ -1,3 +1,4 @@
+#include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
 
@@ -86,6 +87,26 @@ TEST(Numbers, Flags_are_words_or_numbers) {
   EXPECT_EQ(FailureOf([] { (void)ToBoolean(u"yes"); }), 13);
   EXPECT_EQ(BooleanText(true), QStringLiteral("True"));
   EXPECT_EQ(BooleanText(false), QStringLiteral("False"));
+}
+
+TEST(Numbers, A_very_long_number_is_the_same_number_and_takes_no_time) {
+  const QString nines(10'000'000, u'9');
+  const QString zeros(10'000'000, u'0');
+  EXPECT_TRUE(std::isinf(ToDoubleOrInfinity(nines)));
+  EXPECT_TRUE(std::isinf(ToDoubleOrInfinity(u'-' + nines)));
+  EXPECT_LT(ToDoubleOrInfinity(u'-' + nines), 0);
+  EXPECT_EQ(ToDouble(zeros), 0);
+  EXPECT_EQ(ToDouble(zeros + QStringLiteral("65535")), 65535);
+  EXPECT_EQ(ToDouble(QStringLiteral("+1.5") + zeros), 1.5);
+  EXPECT_EQ(ToDouble(QStringLiteral("-.25") + zeros + QStringLiteral("e2")), -25);
+  EXPECT_EQ(ToDouble(QStringLiteral("0.") + zeros + u'1'), 0);
+  EXPECT_EQ(ToDouble(QStringLiteral("0.") + zeros + QStringLiteral("1e10000001")), 1);
+  EXPECT_EQ(ToDouble(u'1' + zeros + QStringLiteral("e-10000000")), 1);
+  EXPECT_EQ(ToDouble(QStringLiteral("3.") + QString(2000, u'0') + QStringLiteral("e+1")), 30);
+  EXPECT_EQ(ToDouble(QStringLiteral("1e-") + nines), 0);
+  EXPECT_TRUE(std::isinf(ToDoubleOrInfinity(QStringLiteral("1e") + nines)));
+  EXPECT_EQ(ToDouble(QStringLiteral("1e") + zeros + u'2'), 100);
+  EXPECT_DOUBLE_EQ(ToDouble(QStringLiteral("0.") + QString(2000, u'3')), 1.0 / 3);
 }
 
 }  // namespace

@@ -170,5 +170,17 @@ TEST_F(TimerTest, The_loop_hears_of_an_earlier_deadline) {
   EXPECT_EQ(heard, 2);
 }
 
+TEST_F(TimerTest, The_time_of_day_may_be_set_back_or_forward_and_moves_no_timer) {
+  int fired = 0;
+  Timer timer(timers, [&] { ++fired; });
+  timer.SetInterval(1000);
+  clock.mNow = {2019, 12, 31, 23, 59, 59, 999};
+  timers.Advance(milliseconds(999));
+  EXPECT_EQ(fired, 0);
+  clock.mNow = {2030, 1, 1, 0, 0, 0, 0};
+  timers.Advance(milliseconds(1));
+  EXPECT_EQ(fired, 1);
+}
+
 }  // namespace
 }  // namespace veltrane

@@ -166,6 +166,19 @@ class Start(unittest.TestCase):
             self.assertFalse(listens(87))
             self.assertEqual(run.stop()[0], 0)
 
+    def test_store_and_lock_are_private_whatever_the_mask(self):
+        usual = os.umask(0)
+        self.addCleanup(os.umask, usual)
+        with Veltrane(first_run=True) as run:
+            folder = run.store.path.parent
+            run.start(served=False)
+            wait_for(lambda: run.store.path.exists() and run.store.get("FirstRun", "FirstRun"), 15, "the store")
+            rights = {path.name: oct(path.stat().st_mode & 0o777) for path in [folder, *folder.iterdir()]}
+            self.assertEqual(rights.pop(folder.name), "0o700")
+            self.assertIn("instance.lock", rights)
+            self.assertEqual(set(rights.values()), {"0o600"}, rights)
+            self.assertEqual(run.stop()[0], 0)
+
     def test_corrupt_store_is_set_aside_and_the_program_starts_anew(self):
         with Veltrane(first_run=True) as run:
             run.store.path.parent.mkdir(parents=True)

@@ -196,6 +196,53 @@ TEST_F(RequestTest, A_refused_request_is_not_accepted) {
   EXPECT_EQ(world.mGeneral.gobjListening->mobjSocketPairs.Count(), 1);
 }
 
+TEST_F(RequestTest, A_public_peer_is_closed_before_any_handler_sees_it_and_told_once) {
+  const QString stranger = QStringLiteral("8.8.4.4");
+  Listener(1000).Request(31, stranger);
+  Listener(1000).Request(32, stranger);
+  EXPECT_TRUE(world.mJournal.Take().isEmpty()) << "no handler, no schedule, no accept";
+  EXPECT_EQ(world.mGeneral.gobjListening->mobjSocketPairs.Count(), 0);
+  EXPECT_EQ(world.mGeneral.gobjListening->LastSocketPairNumber(), 0);
+  EXPECT_EQ(world.mErrors.mTexts,
+            QStringList{QStringLiteral("A connection from the public address 8.8.4.4 to port 1000 was turned "
+                                       "away. To let public addresses "
+                                       "connect, set the key AcceptPublicPeers of the section \"Options\" in "
+                                       "the settings to 1; whoever finds "
+                                       "this computer can then use its ports.")});
+  Listener(1000).Request(33, QStringLiteral("192.168.1.7"));
+  EXPECT_EQ(world.mGeneral.gobjListening->mobjSocketPairs.Count(), 1);
+}
+
+TEST_F(RequestTest, The_option_lets_public_peers_in_from_the_next_connection_on) {
+  for (const char* value : {"0", "", "yes", "01"}) {
+    world.Save(QStringLiteral("Options"), QStringLiteral("AcceptPublicPeers"), QLatin1String(value));
+    Listener(1000).Request(31, QStringLiteral("8.8.4.4"));
+    EXPECT_EQ(world.mGeneral.gobjListening->mobjSocketPairs.Count(), 0) << value;
+  }
+  world.Save(QStringLiteral("Options"), QStringLiteral("AcceptPublicPeers"), QStringLiteral("1"));
+  Listener(1000).Request(32, QStringLiteral("8.8.4.4"));
+  EXPECT_EQ(world.mGeneral.gobjListening->mobjSocketPairs.Count(), 1);
+}
+
+TEST_F(RequestTest, A_store_that_cannot_be_read_lets_no_public_peer_in) {
+  world.Save(QStringLiteral("Options"), QStringLiteral("AcceptPublicPeers"), QStringLiteral("1"));
+  world.mStore.mFailReads = true;
+  Listener(1000).Request(31, QStringLiteral("8.8.4.4"));
+  EXPECT_EQ(world.mGeneral.gobjListening->mobjSocketPairs.Count(), 0);
+  ASSERT_EQ(world.mErrors.mTexts.size(), 1);
+  EXPECT_TRUE(world.mErrors.mTexts[0].contains(QStringLiteral("turned away")));
+}
+
+TEST_F(RequestTest, So_many_addresses_are_told_and_the_last_one_says_so) {
+  for (int i = 0; i < 2 * Strangers::kMostTold; ++i)
+    Listener(1000).Request(i, QStringLiteral("9.9.%1.1").arg(i));
+  ASSERT_EQ(world.mErrors.mTexts.size(), Strangers::kMostTold);
+  const QString last = QStringLiteral("Further addresses are turned away without a word.");
+  EXPECT_FALSE(world.mErrors.mTexts[Strangers::kMostTold - 2].endsWith(last));
+  EXPECT_TRUE(world.mErrors.mTexts[Strangers::kMostTold - 1].endsWith(last));
+  EXPECT_EQ(world.mGeneral.gobjListening->mobjSocketPairs.Count(), 0);
+}
+
 TEST_F(RequestTest, A_port_without_a_protocol_gives_the_message_and_no_pair) {
   world.mStore.DeleteSetting(kApplicationName, kProtocols, QStringLiteral("1000"));
   Listener(1000).Request(31);
@@ -289,6 +336,12 @@ TEST_F(EphemeralTest, An_accepted_connection_ends_the_port) {
   // Only the pair's two sockets are left.
   EXPECT_EQ(world.mSockets.mSockets.size(), 2);
   EXPECT_TRUE(world.mErrors.mTexts.isEmpty());
+}
+
+TEST_F(EphemeralTest, A_public_peer_does_not_use_up_the_port) {
+  Listener(1500).Request(1, QStringLiteral("8.8.4.4"));
+  EXPECT_EQ(Listener(1500).State(), SocketState::kListening);
+  EXPECT_EQ(world.mGeneral.gobjListening->mobjSocketPairs.Count(), 0);
 }
 
 TEST_F(EphemeralTest, A_refused_connection_leaves_the_port_listening) {

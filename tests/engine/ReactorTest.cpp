@@ -93,6 +93,34 @@ TEST(NameLookup, Hanging_look_ups_do_not_hold_others_back) {
   EXPECT_TRUE(net.Pump([&] { return slow.errors.size() == 20; }));
 }
 
+TEST(NameLookup, What_can_be_no_name_is_not_found_and_asked_of_nobody) {
+  for (const std::string& name :
+       {std::string(255, 'a'), std::string(1'000'000, '.'), std::string("a\0b", 3)}) {
+    const NameLookup::Result result = NameLookup::SystemResolver(name);
+    EXPECT_EQ(result.lookupError, EAI_NONAME);
+    EXPECT_TRUE(result.addresses.empty());
+  }
+}
+
+TEST(NameLookup, Names_that_nobody_asks_for_any_more_do_not_pile_up_behind_a_silent_server) {
+  std::atomic<bool> release = false;
+  RealNet net([&release](const std::string&) {
+    while (!release)
+      std::this_thread::sleep_for(milliseconds(1));
+    return NameLookup::Result{{}, EAI_NONAME, 0};
+  });
+  Quiet events;
+  for (int i = 0; i < 1000; ++i) {
+    // A client that asks and leaves.
+    const auto socket = net.mReactor.CreateSocket(events);
+    socket->Connect(QStringLiteral("silent%1").arg(i), 80);
+  }
+  EXPECT_EQ(net.mReactor.Lookup().QuestionCount(), 0);
+  release = true;
+  net.Settle();
+  EXPECT_TRUE(events.errors.isEmpty());
+}
+
 TEST(NameLookup, The_end_of_the_program_waits_for_no_answer) {
   static std::atomic<bool> release = false;
   const auto before = std::chrono::steady_clock::now();

@@ -2,9 +2,11 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <csignal>
 #include <gtest/gtest.h>
 #include <memory>
 #include <sqlite3.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -18,6 +20,26 @@ namespace {
 const QString kApp = QStringLiteral("Veltrane");
 const QString kSection = QStringLiteral("Options");
 const QString kKey = QStringLiteral("NumberToKeep");
+
+/// No file of this process may grow beyond so many bytes: a disk that is full.
+struct LimitedFileSize {
+  explicit LimitedFileSize(rlim_t bytes) {
+    ::getrlimit(RLIMIT_FSIZE, &mBefore);
+    const rlimit limit{bytes, mBefore.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+    mHandler = ::signal(SIGXFSZ, SIG_IGN);
+  }
+  ~LimitedFileSize() {
+    ::setrlimit(RLIMIT_FSIZE, &mBefore);
+    ::signal(SIGXFSZ, mHandler);
+  }
+  LimitedFileSize(const LimitedFileSize&) = delete;
+  LimitedFileSize& operator=(const LimitedFileSize&) = delete;
+
+ private:
+  rlimit mBefore{};
+  void (*mHandler)(int) = SIG_DFL;
+};
 
 struct SettingsStoreTest : testing::Test {
   std::unique_ptr<SqliteSettingsStore> Open() {
@@ -244,6 +266,86 @@ TEST_F(SettingsStoreTest, A_lock_that_comes_later_is_a_failure_of_the_one_operat
   store->SaveSetting(kApp, kSection, kKey, QStringLiteral("8"));
   EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, {}), QStringLiteral("8"));
   sqlite3_close(other);
+}
+
+TEST_F(SettingsStoreTest, A_store_that_vanishes_is_told_once_and_serves_to_the_end_of_the_run) {
+  const auto store = Open();
+  store->SaveSetting(kApp, kSection, kKey, QStringLiteral("7"));
+  ASSERT_TRUE(QFile::remove(path));
+  store->SaveSetting(kApp, kSection, kKey, QStringLiteral("8"));
+  EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, {}), QStringLiteral("8"));
+  ASSERT_EQ(errors.mTexts.size(), 1);
+  EXPECT_TRUE(errors.mTexts[0].contains(QStringLiteral(" was removed or replaced. ")));
+  EXPECT_EQ(QDir(QFileInfo(path).path()).entryList(QDir::Files), QStringList());
+}
+
+TEST_F(SettingsStoreTest, A_store_that_is_replaced_is_told_once_and_the_new_one_is_left_alone) {
+  Open()->SaveSetting(kApp, kSection, kKey, QStringLiteral("kept"));
+  const QString backup = path + QStringLiteral(".backup");
+  ASSERT_TRUE(QFile::copy(path, backup));
+  auto store = Open();
+  for (int i = 0; i < 100; ++i)
+    store->SaveSetting(kApp, kSection, QStringLiteral("Key%1").arg(i), QString(1000, u'x'));
+  ASSERT_EQ(::rename(backup.toUtf8().constData(), path.toUtf8().constData()), 0);
+  EXPECT_EQ(store->GetSetting(kApp, kSection, QStringLiteral("Key0"), {}).size(), 1000);
+  store->SaveSetting(kApp, kSection, kKey, QStringLiteral("lost"));
+  EXPECT_EQ(errors.mTexts.size(), 1);
+  store.reset();
+  store = Open();
+  EXPECT_EQ(errors.mTexts.size(), 1) << errors.mTexts.last().toStdString();
+  EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, {}), QStringLiteral("kept"));
+  EXPECT_EQ(store->GetSetting(kApp, kSection, QStringLiteral("Key0"), {}), QString());
+}
+
+TEST_F(SettingsStoreTest,
+       A_store_that_is_overwritten_while_it_is_open_fails_and_is_set_aside_at_the_next_start) {
+  auto store = Open();
+  store->SaveSetting(kApp, kSection, kKey, QStringLiteral("7"));
+  store.reset();
+  store = Open();
+  QFile file(path);
+  ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+  file.write(QByteArray(static_cast<qsizetype>(file.size()), 'g'));
+  file.close();
+  // What it still knows, or a failure; never another value.
+  try {
+    EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, {}), QStringLiteral("7"));
+  } catch (const Failure& failure) {
+    EXPECT_EQ(failure.Number(), 1001);
+  }
+  store.reset();
+  EXPECT_EQ(Open()->GetSetting(kApp, kSection, kKey, QStringLiteral("default")), QStringLiteral("default"));
+  ASSERT_FALSE(errors.mTexts.isEmpty());
+  EXPECT_TRUE(errors.mTexts.last().contains(QStringLiteral("is damaged")))
+      << errors.mTexts.last().toStdString();
+}
+
+TEST_F(SettingsStoreTest, A_disk_that_is_full_is_a_failure_of_the_write_and_harms_nothing) {
+  const auto store = Open();
+  store->SaveSetting(kApp, kSection, kKey, QStringLiteral("7"));
+  const LimitedFileSize limit(64 * 1024);
+  EXPECT_THROW(store->SaveSetting(kApp, kSection, kKey, QString(1'000'000, u'x')), Failure);
+  EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, {}), QStringLiteral("7"));
+  store->SaveSetting(kApp, kSection, kKey, QStringLiteral("8"));
+  EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, {}), QStringLiteral("8"));
+}
+
+TEST_F(SettingsStoreTest, The_files_beside_an_open_store_are_private_too) {
+  const mode_t usual = ::umask(0);
+  const auto store = Open();
+  store->SaveSetting(kApp, kSection, kKey, QStringLiteral("7"));
+  ::umask(usual);
+  int files = 0;
+  for (const QFileInfo& file : QDir(QFileInfo(path).path()).entryInfoList(QDir::Files)) {
+    struct stat info {};
+    ASSERT_EQ(::stat(file.filePath().toUtf8().constData(), &info), 0);
+    EXPECT_EQ(info.st_mode & 0777U, 0600U) << file.fileName().toStdString();
+    ++files;
+  }
+  EXPECT_EQ(files, 3) << "the store, its log and the index of that";
+  struct stat info {};
+  ASSERT_EQ(::stat(QFileInfo(path).path().toUtf8().constData(), &info), 0);
+  EXPECT_EQ(info.st_mode & 0777U, 0700U);
 }
 
 TEST_F(SettingsStoreTest, A_corrupt_store_is_set_aside_and_a_fresh_one_serves) {

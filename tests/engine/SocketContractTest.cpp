@@ -192,6 +192,24 @@ TYPED_TEST(SocketContract, Accepted_socket_is_connected_and_knows_both_ends) {
   EXPECT_EQ(this->mServer->socket->State(), SocketState::kListening);
 }
 
+TYPED_TEST(SocketContract, A_listening_socket_knows_whose_request_it_announces) {
+  Watched server(this->mWorld);
+  QString address;
+  qint32 port = 0;
+  Watched in(this->mWorld);
+  server.onRequest = [&](qint32 id) {
+    address = server.socket->RemoteHostIP();
+    port = server.socket->RemotePort();
+    in.socket->Accept(id);
+  };
+  server.socket->Listen();
+  EXPECT_TRUE(server.socket->RemoteHostIP().isEmpty());
+  const auto peer = this->mWorld.ConnectTo(server.socket->LocalPort());
+  EXPECT_TRUE(this->mWorld.Pump([&] { return in.Connected(); }));
+  EXPECT_EQ(address, QStringLiteral("127.0.0.1"));
+  EXPECT_EQ(port, in.socket->RemotePort());
+}
+
 TYPED_TEST(SocketContract, All_waiting_requests_are_announced) {
   Watched server(this->mWorld);
   std::vector<std::unique_ptr<Watched>> accepted;

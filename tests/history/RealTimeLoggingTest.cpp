@@ -3,6 +3,7 @@
 
 #include <csignal>
 #include <sys/resource.h>
+#include <sys/stat.h>
 
 #include "history/frmRealTimeLogging.h"
 #include "tests/history/HistoryTest.h"
@@ -280,6 +281,35 @@ TEST_F(RealTimeLoggingTest, A_link_to_a_file_that_is_not_there_yet_makes_it) {
   form.txtLogFile.SetText(link);
   logging.LocalServerDisconnected(*pair, false);
   EXPECT_TRUE(Read(target).startsWith(kHeader));
+}
+
+TEST_F(RealTimeLoggingTest, A_link_stays_when_its_new_file_could_not_take_the_header) {
+  SwitchOn();
+  const QString target = world.mWriteFolder.path() + QStringLiteral("/target.txt");
+  const QString link = world.mWriteFolder.path() + QStringLiteral("/link.txt");
+  ASSERT_TRUE(QFile::link(target, link));
+  form.txtLogFile.SetText(link);
+  {
+    const SizeLimit limit(10);
+    logging.LocalServerDisconnected(*pair, false);
+  }
+  EXPECT_FALSE(QFile::exists(target));
+  EXPECT_TRUE(QFileInfo(link).isSymLink());
+  logging.LocalServerDisconnected(*pair, false);
+  EXPECT_TRUE(Read(target).startsWith(kHeader));
+}
+
+TEST_F(RealTimeLoggingTest, The_file_has_the_rights_that_its_users_mask_leaves) {
+  SwitchOn();
+  for (const mode_t mask : {0U, 002U, 022U, 077U}) {
+    QFile::remove(Default());
+    const mode_t usual = ::umask(mask);
+    logging.LocalServerDisconnected(*pair, false);
+    ::umask(usual);
+    struct stat info {};
+    ASSERT_EQ(::stat(QFile::encodeName(Default()).constData(), &info), 0);
+    EXPECT_EQ(info.st_mode & 0777U, 0666U & ~mask);
+  }
 }
 
 TEST_F(RealTimeLoggingTest, A_line_that_the_disk_takes_only_in_part_is_taken_back) {

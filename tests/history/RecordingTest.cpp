@@ -624,5 +624,26 @@ TEST_F(RecordingTest, A_failure_in_the_tail_is_the_tails) {
   EXPECT_EQ(History().mobjSocketPairEvents.Count(), 3) << "filed all the same";
 }
 
+TEST_F(RecordingTest, A_clock_that_is_set_back_changes_what_is_shown_and_nothing_else) {
+  SocketPair& pair = Connected();
+  logging.ServerBytesSendStart(pair, Bytes(3), false, false);
+  world.mClock.mNow = {2019, 12, 31, 6, 0, 0, 0};
+  logging.ServerBytesSendStop(pair);
+  logging.ServerBytesReceived(pair, Bytes(5), true);
+  const qsizetype count = History().mobjSocketPairEvents.Count();
+  EXPECT_EQ(Event(count - 1).mstrEventTime, QStringLiteral("07:05:03.042"));
+  EXPECT_EQ(Event(count - 1).mstrEventEndTime, QStringLiteral("06:00:00.000"));
+  EXPECT_EQ(Event(count).mstrEventTime, QStringLiteral("06:00:00.000"));
+  logging.Dead(pair);
+  EXPECT_EQ(History().mstrTimeOfDeath, QStringLiteral("06:00:00.000"));
+  // What goes first is what came first, whatever the clock said.
+  SocketPair& second = Accepted(QStringLiteral("KEY2"));
+  logging.Dead(second);
+  fakes.mPurge.mNumberToKeep = QStringLiteral("1");
+  logging.KillDeadSocketConnections();
+  EXPECT_EQ(Keys(), QStringList{QStringLiteral("KEY2")});
+  EXPECT_TRUE(world.mErrors.mTexts.isEmpty());
+}
+
 }  // namespace
 }  // namespace veltrane

@@ -1,6 +1,8 @@
 // Files at the limits of the process: what the system takes in part, and what it does not give.
 #include <csignal>
+#include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "reports/OutputFile.h"
@@ -64,6 +66,45 @@ QString CopyFailure(const QString& from, const QString& to) {
     return QString::number(failure.Number()) + QStringLiteral(", ") + failure.Text();
   }
   return {};
+}
+
+TEST_F(OutputFileTest, Files_and_folders_have_the_rights_that_their_users_mask_leaves) {
+  for (const mode_t mask : {0U, 002U, 022U, 077U}) {
+    const QString name = Path(QStringLiteral("Report%1.htm").arg(mask));
+    const mode_t usual = ::umask(mask);
+    EXPECT_TRUE(SaveHTMLFile(world.mOwn, form, name, *history));
+    ::umask(usual);
+    const auto rights = [](const QString& path) {
+      struct stat info {};
+      EXPECT_EQ(::stat(QFile::encodeName(path).constData(), &info), 0);
+      return info.st_mode & 0777U;
+    };
+    EXPECT_EQ(rights(name), 0666U & ~mask);
+    const QString pages = name.chopped(4);
+    EXPECT_EQ(rights(pages), 0777U & ~mask);
+    EXPECT_EQ(rights(pages + QStringLiteral("/Event1.htm")), 0666U & ~mask);
+  }
+}
+
+TEST_F(OutputFileTest, A_link_in_the_way_is_followed) {
+  PutFile(Path(QStringLiteral("target")), "old");
+  ASSERT_TRUE(QFile::link(Path(QStringLiteral("target")), Path(QStringLiteral("link"))));
+  WriteFile(Path(QStringLiteral("link")), "new");
+  EXPECT_EQ(ReadFile(Path(QStringLiteral("target"))), "new");
+  EXPECT_TRUE(QFileInfo(Path(QStringLiteral("link"))).isSymLink());
+}
+
+TEST_F(OutputFileTest, A_pipe_is_refused_and_stops_nothing) {
+  const QString path = Path(QStringLiteral("pipe"));
+  const QByteArray name = QFile::encodeName(path);
+  ASSERT_EQ(::mkfifo(name.constData(), 0600), 0);
+  EXPECT_FALSE(SaveRawDataFile(world.mOwn, form, path, *history));
+  // With a reader it could be opened, and would stop the program as soon as it is full.
+  const int reader = ::open(name.constData(), O_RDONLY | O_NONBLOCK);
+  EXPECT_FALSE(SaveRawDataFile(world.mOwn, form, path, *history));
+  ::close(reader);
+  EXPECT_EQ(Errors(), (QStringList{kDataFailure + QStringLiteral("6, No such device or address"),
+                                   kDataFailure + QStringLiteral("70, Permission denied")}));
 }
 
 TEST_F(OutputFileTest, A_copy_replaces_the_file_byte_by_byte) {

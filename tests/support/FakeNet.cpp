@@ -14,7 +14,6 @@ class FakeSocket : public Socket {
   ~FakeSocket() override {
     Release();
     mNet.mSockets.removeOne(this);
-    if (mDestroyed) *mDestroyed = true;
   }
 
   qint32 LocalPort() const override { return mLocalPort; }
@@ -82,11 +81,9 @@ class FakeSocket : public Socket {
     if (!mEnd->inbox.isEmpty()) {
       if (mAnnouncedBytes == mEnd->inbox.size()) return false;
       mAnnouncedBytes = mEnd->inbox.size();
-      bool destroyed = false;
-      mDestroyed = &destroyed;
+      const std::weak_ptr<int> alive = mAlive;
       mEvents.DataArrival(mEnd->inbox.size());
-      if (destroyed) return true;
-      mDestroyed = nullptr;
+      if (alive.expired()) return true;
       if (!mEnd || mEnd->inbox.isEmpty()) mAnnouncedBytes = 0;
       return true;
     }
@@ -142,13 +139,13 @@ class FakeSocket : public Socket {
   bool DeliverRequest() {
     mAnnouncedEnd = mRequests.takeFirst();
     mAnnounced = ++mNet.mNextRequest;
-    bool destroyed = false;
-    mDestroyed = &destroyed;
+    mRemotePort = 50000 + mAnnounced;
+    mRemoteHostIP = QStringLiteral("127.0.0.1");
+    const std::weak_ptr<int> alive = mAlive;
     const FakeEndRef end = mAnnouncedEnd;
     mEvents.ConnectionRequest(mAnnounced);
-    if (destroyed) return true;
-    mDestroyed = nullptr;
-    if (mAnnouncedEnd) {
+    if (alive.expired()) return true;
+    if (mAnnouncedEnd == end) {
       // Nobody accepted it.
       end->closing = end->gone = true;
       mAnnouncedEnd = nullptr;
@@ -180,7 +177,8 @@ class FakeSocket : public Socket {
   bool mConnecting = false;
   bool mCompletionDue = false;
   bool mEndTold = false;
-  bool* mDestroyed = nullptr;
+  /// Ends with the socket: an event may destroy it, and may pump the net, so that events stand in each other.
+  std::shared_ptr<int> mAlive = std::make_shared<int>();
 };
 
 class FakePeer : public Peer {

@@ -73,7 +73,10 @@ class StubSocket : public Socket {
     mEvents.Error(number, text);
   }
   void Sent() { mEvents.SendComplete(); }
-  void Request(qint32 id) { mEvents.ConnectionRequest(id); }
+  void Request(qint32 id, const QString& peer = QStringLiteral("127.0.0.1")) {
+    mRemoteHostIP = peer;
+    mEvents.ConnectionRequest(id);
+  }
 
   const QString mName;
   SocketEvents& mEvents;

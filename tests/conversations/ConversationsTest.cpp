@@ -1,0 +1,233 @@
+// Thousands of random conversations through every handler. A failure names the seed of its world;
+// VELTRANE_SEED=n in the environment runs that world alone.
+#include <QSet>
+
+#include <cstdlib>
+#include <gtest/gtest.h>
+
+#include "history/Logging.h"
+#include "tests/conversations/Talk.h"
+#include "tests/conversations/TapNet.h"
+#include "tests/support/FakeNet.h"
+#include "tests/support/HistoryFakes.h"
+#include "tests/support/RealNet.h"
+#include "tests/support/World.h"
+
+namespace veltrane {
+namespace {
+
+constexpr int kTalksInAWorld = 10;
+
+/// Sees every event as it is recorded, and fails on one of a connection that is over. One thing is told
+/// behind the end: a client whose socket failed leaves an attempt behind, and the connection that comes of it
+/// is told, with its closing at once.
+class DeathWatch : public EventLogFile {
+ public:
+  explicit DeathWatch(Logging& logging) : mLogging(logging) {}
+  bool LoggingEnabled() const override { return true; }
+  void SaveEventToLogFile(const SocketPair& pair, const SocketEvent& event) override {
+    const SocketPairHistoryRef* history = mLogging.mobjSocketPairHistory.Find(pair.SocketPairKey());
+    ASSERT_TRUE(history);
+    const bool late = event.mobjEventType == etConnectionAttemptSuccessful;
+    if (late) mLate.insert(pair.SocketPairKey());
+    const bool closesLate =
+        event.mobjEventType == etLocalClientDisconnected && mLate.contains(pair.SocketPairKey());
+    EXPECT_TRUE(!(*history)->mblnDead || late || closesLate)
+        << "after the end: " << event.mstrDescription.toStdString();
+  }
+
+ private:
+  Logging& mLogging;
+  QSet<QString> mLate;
+};
+
+/// A program with a port of one handler, the real recorder, and conversations through it.
+struct TalkWorld {
+  TalkWorld(NetWorld& network, unsigned seed, QByteArray handler)
+      : net(network), dice(seed), protocol(std::move(handler)), taps(net.Sockets()), world(&taps, &chance) {
+    chance.Randomize(seed);
+    logging.SetSurroundings({&world.mMain, &fakes.mRealTimeData, &fakes.mPurge, &fakes.mTray, &watch});
+    world.mGeneral.gobjLogging = &logging;
+    world.mGeneral.gblnRecordEvents = true;
+    TreeView& tree = world.mMain.tvwSockets;
+    tree.SetSelectedItem(tree.Find(QStringLiteral("ROOT")));
+    // The history is looked at before any of it goes.
+    fakes.mPurge.mDiscard = false;
+    world.mDesktop.OnDoEvents = [this] { Wait(dice.Pick(6)); };
+  }
+
+  /// Between two deeds at most so many turns of the net pass.
+  void Run(int most) {
+    for (int i = 0; i < kTalksInAWorld; ++i)
+      AddTalk();
+    world.StartListening();
+    for (const auto& talk : talks)
+      talk->Begin();
+    if (protocol == "FTP") AddDataTalks();
+    for (int i = 0, deeds = 20 + dice.Pick(400); i < deeds; ++i) {
+      talks[static_cast<std::size_t>(dice.Pick(static_cast<int>(talks.size())))]->Act();
+      Wait(dice.Pick(most));
+    }
+    ExpectAllEnds();
+  }
+
+  void AddTalk() {
+    auto server = net.Listen();
+    const qint32 port = net.DeadPort() == 9 ? 2000 + static_cast<qint32>(talks.size()) : net.DeadPort();
+    const QString name = QString::fromLatin1(protocol);
+    world.AddPort(port, name, QStringLiteral("Test"));
+    world.AddNode(port, QStringLiteral("Test"));
+    world.SetDestination(port, QStringLiteral("127.0.0.1"), server->Port());
+    world.Save(PortSection(name, port), QStringLiteral("Port"), QString::number(server->Port()));
+    talks.push_back(std::make_unique<Talk>(net, dice, protocol, port, std::move(server)));
+  }
+
+  /// Each control connection that stands may have a data port or two.
+  void AddDataTalks() {
+    for (std::size_t i = 0; i < kTalksInAWorld; ++i) {
+      for (int more = dice.Pick(3); more > 0; --more) {
+        auto server = net.Listen();
+        const qint32 port = talks[i]->OpenDataPort(server->Port());
+        if (port == 0) continue;
+        talks.push_back(std::make_unique<Talk>(net, dice, "Pass Through", port, std::move(server)));
+        talks.back()->Begin();
+      }
+    }
+  }
+
+  /// Lets so much happen, or as much as there is.
+  void Wait(int turns) const {
+    net.Pump([&] { return turns-- <= 0; });
+  }
+
+  void ExpectAllEnds() {
+    for (const auto& talk : talks)
+      talk->Resume();
+    for (const auto& talk : talks)
+      talk->End();
+    for (const auto& talk : talks)
+      talk->CheckAndLeave();
+    // The proxy hears of those who have left.
+    net.Pump([this] { return AllAreDead(); });
+    net.Settle();
+    ExpectHistoryTellsTheWire();
+    ExpectNothingIsLeft();
+    EXPECT_EQ(world.mErrors.mTexts, QStringList());
+  }
+
+  QByteArray Recorded(const SocketPairHistory& history, std::initializer_list<SocketEventType> kinds) const {
+    QByteArray bytes;
+    for (qsizetype i = 1; i <= history.mobjSocketPairEvents.Count(); ++i) {
+      const SocketEvent& event = *history.mobjSocketPairEvents.Item(i);
+      if (std::find(kinds.begin(), kinds.end(), event.mobjEventType) != kinds.end())
+        bytes.append(event.mstrData.View());
+    }
+    return bytes;
+  }
+
+  bool AllAreDead() const {
+    for (qsizetype i = 1; i <= logging.mobjSocketPairHistory.Count(); ++i)
+      if (!logging.mobjSocketPairHistory.Item(i)->mblnDead) return false;
+    return true;
+  }
+
+  void ExpectHistoryTellsTheWire() {
+    EXPECT_EQ(logging.mobjSocketPairHistory.Count(), static_cast<qsizetype>(talks.size()));
+    for (qsizetype i = 1; i <= logging.mobjSocketPairHistory.Count(); ++i) {
+      const SocketPairHistory& history = *logging.mobjSocketPairHistory.Item(i);
+      EXPECT_TRUE(history.mblnDead) << history.mstrSocketPairKey.toStdString();
+      // A pair makes its two sockets one behind the other.
+      const auto accepted = std::find_if(taps.mTaps.begin(), taps.mTaps.end(), [&](const auto& tap) {
+        return tap->peerPort == history.mlngRemoteClientPort;
+      });
+      ASSERT_LT(accepted + 1, taps.mTaps.end());
+      const Tap& server = **accepted;
+      const Tap& client = **(accepted + 1);
+      EXPECT_TRUE(Recorded(history, {etServerBytesReceived}) == server.got) << "from the client";
+      EXPECT_TRUE(Recorded(history, {etServerBytesSent, etServerBytesSentThrottled}) == server.sent)
+          << "to it";
+      EXPECT_TRUE(Recorded(history, {etClientBytesReceived}) == client.got) << "from the server";
+      EXPECT_TRUE(Recorded(history, {etClientBytesSent, etClientBytesSentThrottled}) == client.sent)
+          << "to it";
+    }
+  }
+
+  void ExpectNothingIsLeft() {
+    Listening& listening = *world.mGeneral.gobjListening;
+    listening.UnloadTerminatedPairs();
+    EXPECT_TRUE(listening.LoadedPairs().empty());
+    EXPECT_FALSE(world.mTimers.NextDeadline()) << "a timer runs on";
+    fakes.mPurge.mDiscard = true;
+    fakes.mPurge.mNumberToKeep = QStringLiteral("0");
+    logging.KillDeadSocketConnections();
+    EXPECT_EQ(listening.mobjSocketPairs.Count(), 0);
+    EXPECT_EQ(logging.mobjSocketPairHistory.Count(), 0);
+    EXPECT_EQ(logging.mlngTotalMemoryAllocated, 0);
+    for (const MemoryStore::Row& row : world.mStore.mRows)
+      EXPECT_FALSE(row.value.contains(kDynamicallyAllocated)) << row.key.toStdString();
+  }
+
+  NetWorld& net;
+  Dice dice;
+  QByteArray protocol;
+  SystemRandomGenerator chance;
+  TapFactory taps;
+  World world;
+  HistoryFakes fakes{world.mJournal};
+  Logging logging{world.mGeneral};
+  DeathWatch watch{logging};
+  std::vector<std::unique_ptr<Talk>> talks;
+};
+
+const char* const kHandlers[] = {"Pass Through", "HTTP", "HTTPS", "POP3", "FTP"};
+
+/// The seed that is asked for, or 0.
+unsigned AskedSeed() {
+  const char* const text = std::getenv("VELTRANE_SEED");
+  return text ? static_cast<unsigned>(std::strtoul(text, nullptr, 10)) : 0;
+}
+
+/// Calls run with the seeds 1 to worlds, or with the one that is asked for.
+template <class Run>
+void ForSeeds(unsigned worlds, Run&& run) {
+  const unsigned asked = AskedSeed();
+  for (unsigned seed = asked ? asked : 1; seed <= (asked ? asked : worlds); ++seed) {
+    SCOPED_TRACE(testing::Message() << "VELTRANE_SEED=" << seed);
+    run(seed);
+    if (testing::Test::HasFailure()) return;
+  }
+}
+
+struct ConversationsTest : testing::TestWithParam<const char*> {};
+
+INSTANTIATE_TEST_SUITE_P(All, ConversationsTest, testing::ValuesIn(kHandlers), [](const auto& which) {
+  return QByteArray(which.param).replace(' ', '_').toStdString();
+});
+
+TEST_P(ConversationsTest, Two_thousand_between_sockets_in_memory) {
+  ForSeeds(2000 / kTalksInAWorld, [](unsigned seed) {
+    constexpr qsizetype kCapacities[] = {64, 1000, 8192, 65536};
+    const qsizetype capacity = kCapacities[seed % 4];
+    FakeNet net(capacity);
+    if (seed % 3 != 0) net.Shuffle(seed);
+    Talk::mLargest = std::min<qsizetype>(70'000, capacity * 8);
+    TalkWorld world(net, seed, GetParam());
+    world.Run(8);
+    EXPECT_EQ(net.SocketCount(), world.world.mGeneral.gobjListening->mcolListeningSocket.Count());
+  });
+}
+
+TEST_P(ConversationsTest, A_hundred_between_real_sockets) {
+  const int before = OpenDescriptors();
+  ForSeeds(100 / kTalksInAWorld, [](unsigned seed) {
+    Talk::mLargest = 300'000;
+    RealNet net;
+    TalkWorld world(net, seed, GetParam());
+    world.Run(3);
+    EXPECT_TRUE(net.Pump([&] { return net.mReactor.LingeringCount() == 0; }));
+  });
+  EXPECT_EQ(OpenDescriptors(), before);
+}
+
+}  // namespace
+}  // namespace veltrane

@@ -1,0 +1,90 @@
+// One conversation through the proxy between a client and a server that say random things at random moments,
+// stop reading, and leave in any way at any point; and what each of them must have got in the end.
+#pragma once
+
+#include <QByteArray>
+#include <QList>
+
+#include <memory>
+#include <random>
+
+#include "tests/support/NetWorld.h"
+
+namespace veltrane {
+
+/// Chance from a seed, the same on every machine.
+class Dice {
+ public:
+  explicit Dice(unsigned seed) : mEngine(seed) {}
+  /// 0 to below - 1.
+  int Pick(int below) { return static_cast<int>(mEngine() % static_cast<unsigned>(below)); }
+  QByteArray Bytes(qsizetype size, bool ftp);
+
+ private:
+  std::mt19937 mEngine;
+};
+
+class Talk {
+ public:
+  /// What a handler's client and server say before the rest of the conversation is theirs.
+  struct Opening {
+    bool byClient;
+    QByteArray text;
+    QByteArray atClient;
+    QByteArray atServer;
+  };
+  /// The largest piece that somebody says.
+  static qsizetype mLargest;
+
+  Talk(NetWorld& net, Dice& dice, QByteArray protocol, qint32 proxyPort,
+       std::unique_ptr<PeerListener> server);
+
+  /// Connects the client and goes through the opening, or through a part of it.
+  void Begin();
+  /// One random deed of one of the two.
+  void Act();
+  /// Both read; what they have said so far is to arrive.
+  void Resume();
+  /// Checks what the rules say of a conversation that nobody has ended, then ends it.
+  void End();
+  /// Nobody is left; checks what arrived.
+  void CheckAndLeave();
+
+  /// Has the server of an FTP conversation, or its client, open a data port. Gives the port of the proxy to
+  /// connect to, 0 when the conversation has ended before.
+  qint32 OpenDataPort(qint32 destination);
+  bool IsWhole() const { return mBegun && !mEnded; }
+  const QByteArray& Protocol() const { return mProtocol; }
+
+ private:
+  /// One of the two: what it has said, as it should arrive at the other.
+  struct Side {
+    std::unique_ptr<Peer> peer;
+    QByteArray due;  // what should arrive here
+    bool left = false;
+  };
+
+  static const QList<Opening>& OpeningOf(const QByteArray& protocol);
+  bool Do(const Opening& step);
+  void Say(bool byClient);
+  void PauseOrGoOn(bool client);
+  void Leave(bool client);
+  void TakeServer();
+  bool HasAll(const Side& side) const;
+  bool HasCome(const Side& side) const;
+  void ExpectArrived(const Side& side, const char* name) const;
+
+  NetWorld& mNet;
+  Dice& mDice;
+  QByteArray mProtocol;
+  qint32 mProxyPort;
+  std::unique_ptr<PeerListener> mDestination;
+  Side mClient;
+  Side mServer;
+  bool mBegun = false;
+  bool mEnded = false;
+  /// Whoever left had got all and left in good order, and so the other must have got all.
+  bool mGracefully = false;
+};
+
+}  // namespace veltrane
