@@ -4,14 +4,13 @@
 #include <QFileInfo>
 #include <QStandardPaths>
 
+#include <unistd.h>
+
 #include "app/Terminal.h"
 #include "protocols/ProtocolTable.h"
 
 namespace veltrane {
 namespace {
-
-/// Of the build: CMakeLists.txt has it.
-constexpr ProductVersion kVersion{VELTRANE_VERSION_MAJOR, VELTRANE_VERSION_MINOR, VELTRANE_VERSION_REVISION};
 
 QString StoreFolder() {
   return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
@@ -30,16 +29,20 @@ QString WriteFolder() {
   return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + QStringLiteral("/Veltrane");
 }
 
+qint64 MachineMemory() {
+  return static_cast<qint64>(sysconf(_SC_PHYS_PAGES)) * sysconf(_SC_PAGESIZE);
+}
+
 }  // namespace
 
 Application::Application()
     : mStore(StoreFolder() + QStringLiteral("/settings.db"), mClock, mError),
       mGeneral({mStore, mReactor, mTimers, mClock, mRandom, mDesktop, mError,
-                QCoreApplication::applicationDirPath(), WriteFolder()},
+                QCoreApplication::applicationDirPath(), WriteFolder(), MachineMemory()},
                AllProtocols()),
-      mSplash(mDesktop, kVersion),
+      mSplash(mDesktop, BuiltVersion()),
       mOptions(mGeneral, mMain, mSysTray, AutostartFolder()),
-      mAbout(mGeneral, kVersion),
+      mAbout(mGeneral, BuiltVersion()),
       mDriver(mReactor, mTimers, mClock, [this](const Failure& failure) { Escaped(failure); }),
       mSignals([this] { EndSession(); }) {
   mError.SetGeneral(mGeneral);

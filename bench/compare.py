@@ -70,12 +70,90 @@ def socat(server, _folder):
     return Way("socat", port, process)
 
 
-def ours(server, _folder):
-    run = veltrane.Veltrane()
+def mitmproxy(server, _folder):
+    port = veltrane.free_port()
+    process = subprocess.Popen(
+        ["mitmdump", "-q", "--mode", f"reverse:http://127.0.0.1:{server}", "--listen-host", "127.0.0.1",
+         "--listen-port", str(port), "--tcp-hosts", ".*"],
+        stdout=subprocess.DEVNULL,
+        stderr=subprocess.DEVNULL,
+    )
+    return Way("mitmproxy", port, process)
+
+
+def start_veltrane(server, platform="offscreen", **options):
+    run = veltrane.Veltrane(platform=platform)
     port = veltrane.free_port()
     run.store.add_port(port, server="127.0.0.1", server_port=server)
+    for key, value in options.items():
+        run.store.set("Options", key, value)
     run.start(listening=[port])
+    return run, port
+
+
+def ours(server, _folder):
+    run, port = start_veltrane(server)
     return Way("Veltrane", port, run=run)
+
+
+class Watched:
+    """Veltrane on a virtual display. Its connection is selected before it gets data, with its branch open, the
+    diagram shown and the pane in hex."""
+
+    FIRST_ROW, ROW = 99, 18  # the middle of the tree's first row, and the height of one, in pixels
+
+    name = "Veltrane watched"
+
+    def __init__(self, server, load):
+        self.server = server
+        self.load = load
+        self.figures = {}
+
+    def click(self, screen, row):
+        screen.tool("mousemove", "120", str(self.FIRST_ROW + self.ROW * row), "click", "1")
+        time.sleep(0.5)
+
+    def rate(self, megabytes, direction):
+        screen = veltrane.Screen()
+        try:
+            os.environ["DISPLAY"] = screen.display
+            run, port = start_veltrane(self.server, platform="xcb")
+            with run:
+                window = veltrane.wait_for(
+                    lambda: veltrane.windows(screen.display, "^Veltrane$"), 20, "the window"
+                )[0]
+                screen.tool("windowactivate", "--sync", window, "windowmove", window, "0", "0")
+                time.sleep(0.5)
+                process = subprocess.Popen(
+                    [self.load, "watched", str(port), str(megabytes), direction],
+                    stdin=subprocess.PIPE,
+                    stdout=subprocess.PIPE,
+                    text=True,
+                )
+                process.stdout.readline()
+                # Port, server and connection, each of which unfolds the next.
+                for row in (1, 2, 3):
+                    self.click(screen, row)
+                screen.tool("key", "Right")
+                time.sleep(0.5)
+                output, _ = process.communicate("go\n")
+                title = subprocess.run(
+                    ["xdotool", "getwindowname", window], env=screen.environment, capture_output=True, text=True,
+                    check=True,
+                ).stdout
+                assert run.stop() == (0, ""), title
+                return float(output)
+        finally:
+            screen.close()
+
+    def measure(self, quick):
+        megabytes = 400 if quick else 2000
+        for direction in ("down", "up"):
+            name = f"bulk {direction}, 1 connection (MB/s)"
+            self.figures.setdefault(name, []).append(self.rate(megabytes, direction))
+
+    def close(self):
+        pass
 
 
 def measure(load, way, quick):
@@ -83,7 +161,24 @@ def measure(load, way, quick):
         done = subprocess.run([load, *map(str, arguments)], capture_output=True, text=True, check=True)
         return [float(word) for word in done.stdout.split()]
 
+    def beside_bulk(count):
+        """The round trips of one connection while another downloads."""
+        bulk = subprocess.Popen([load, "bulk", str(way.port), "1", "100000", "down"], stdout=subprocess.DEVNULL,
+                                stderr=subprocess.DEVNULL)
+        time.sleep(0.3)
+        try:
+            return run("rtt", way.port, count, 100)
+        finally:
+            bulk.kill()
+            bulk.wait()
+
+    if isinstance(way, Watched):
+        way.measure(quick)
+        return
     megabytes = 400 if quick else 2000
+    # What records byte by byte in an interpreted language would take minutes.
+    if way.name == "mitmproxy":
+        megabytes //= 10
     figures = {
         "bulk down, 1 connection (MB/s)": run("bulk", way.port, 1, megabytes, "down")[0],
         "bulk up, 1 connection (MB/s)": run("bulk", way.port, 1, megabytes, "up")[0],
@@ -92,6 +187,9 @@ def measure(load, way, quick):
     p50, p99 = run("rtt", way.port, 2000 if quick else 20000, 100)
     figures["round trip of 100 bytes, p50 (us)"] = p50
     figures["round trip of 100 bytes, p99 (us)"] = p99
+    figures["round trip beside a bulk transfer, p50 (us)"], figures["the same, p99 (us)"] = beside_bulk(
+        300 if quick else 2000
+    )
     figures["new connections a second"] = run("connect", way.port, 1 if quick else 3)[0]
     for name, value in figures.items():
         way.figures.setdefault(name, []).append(value)
@@ -106,8 +204,8 @@ def table(ways):
         "|---|" + "---|" * (len(ways) + 1),
     ]
     for name in names:
-        medians = {way.name: statistics.median(way.figures[name]) for way in ways}
-        cells = [f"{medians[way.name]:,.0f}" for way in ways]
+        medians = {way.name: statistics.median(way.figures[name]) for way in ways if name in way.figures}
+        cells = [f"{medians[way.name]:,.0f}" if way.name in medians else "" for way in ways]
         ratio = medians[own.name] / medians[reference.name]
         lines.append(f"| {name} | " + " | ".join(cells) + f" | {ratio:.2f} |")
     return "\n".join(lines)
@@ -127,7 +225,9 @@ def main():
     parser.add_argument("--rounds", type=int, default=5)
     parser.add_argument("--quick", action="store_true")
     parser.add_argument("--build", default=str(ROOT / "build" / "release"))
-    parser.add_argument("--only", nargs="*", default=["direct", "haproxy", "socat", "Veltrane"])
+    parser.add_argument(
+        "--only", nargs="*", default=["direct", "haproxy", "socat", "mitmproxy", "Veltrane", "Veltrane watched"]
+    )
     options = parser.parse_args()
     os.environ["VELTRANE"] = str(pathlib.Path(options.build) / "bin" / "Veltrane")
     load = str(pathlib.Path(options.build) / "bin" / "load")
@@ -139,11 +239,15 @@ def main():
             "direct": lambda *_: Way("direct", server),
             "haproxy": haproxy,
             "socat": socat,
+            "mitmproxy": mitmproxy,
             "Veltrane": ours,
+            "Veltrane watched": lambda *_: Watched(server, load),
         }
         ways = [makers[name](server, pathlib.Path(folder)) for name in options.only]
         try:
             for way in ways:
+                if isinstance(way, Watched):
+                    continue
                 veltrane.wait_for(lambda port=way.port: veltrane.listens(port), 15, way.name)
             for number in range(options.rounds):
                 for way in ways:

@@ -4,6 +4,13 @@
 //
 //   load serve PORT
 //   load bulk PORT CONNECTIONS MEGABYTES down|up      prints MB/s
+//   load watched PORT MEGABYTES down|up   connects, prints a line, waits for one; then as bulk with one
+//   connection load stalled PORT MEGABYTES           asks for so much, prints a line and reads nothing until
+//   it gets one; then
+//                                         reads all and prints MB/s
+//   load hold PORT CONNECTIONS            opens them, each with one round trip, prints a line, holds them
+//   until it
+//                                         gets one
 //   load rtt PORT COUNT BYTES                         prints p50 and p99 in microseconds
 //   load connect PORT SECONDS                         prints connections a second, one request each
 #include <algorithm>
@@ -188,17 +195,21 @@ int RunServer(int port) {
   }
 }
 
-void BulkConnection(int port, std::uint64_t bytes, bool down) {
-  const int descriptor = ConnectTo(port);
-  std::vector<char> buffer(kChunk, 'y');
+void ReadAway(int descriptor, std::uint64_t bytes) {
+  std::vector<char> buffer(kChunk);
+  for (std::uint64_t got = 0; got < bytes;) {
+    const ssize_t count = recv(descriptor, buffer.data(), buffer.size(), 0);
+    if (count <= 0) Fail("recv");
+    got += static_cast<std::uint64_t>(count);
+  }
+}
+
+void Transfer(int descriptor, std::uint64_t bytes, bool down) {
   if (down) {
     SendHeader(descriptor, kSource, bytes);
-    for (std::uint64_t got = 0; got < bytes;) {
-      const ssize_t count = recv(descriptor, buffer.data(), buffer.size(), 0);
-      if (count <= 0) Fail("recv");
-      got += static_cast<std::uint64_t>(count);
-    }
+    ReadAway(descriptor, bytes);
   } else {
+    std::vector<char> buffer(kChunk, 'y');
     SendHeader(descriptor, kSink, bytes);
     for (std::uint64_t sent = 0; sent < bytes;) {
       const std::size_t size = std::min<std::uint64_t>(buffer.size(), bytes - sent);
@@ -207,7 +218,60 @@ void BulkConnection(int port, std::uint64_t bytes, bool down) {
     }
     ReceiveAll(descriptor, buffer.data(), 1);
   }
+}
+
+void BulkConnection(int port, std::uint64_t bytes, bool down) {
+  const int descriptor = ConnectTo(port);
+  Transfer(descriptor, bytes, down);
   close(descriptor);
+}
+
+void PrintRate(std::uint64_t bytes, Clock::time_point start) {
+  const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
+  std::printf("%.1f\n", static_cast<double>(bytes) / 1e6 / seconds);
+}
+
+/// Says that all is ready, and waits for a line.
+void WaitForWord() {
+  std::puts("ready");
+  std::fflush(stdout);
+  while (true) {
+    const int character = std::getchar();
+    if (character == '\n' || character == EOF) return;
+  }
+}
+
+int RunWatched(int port, std::uint64_t megabytes, bool down) {
+  const int descriptor = ConnectTo(port);
+  WaitForWord();
+  const auto start = Clock::now();
+  Transfer(descriptor, megabytes * 1000000, down);
+  PrintRate(megabytes * 1000000, start);
+  close(descriptor);
+  return 0;
+}
+
+int RunStalled(int port, std::uint64_t megabytes) {
+  const int descriptor = ConnectTo(port);
+  SendHeader(descriptor, kSource, megabytes * 1000000);
+  WaitForWord();
+  const auto start = Clock::now();
+  ReadAway(descriptor, megabytes * 1000000);
+  PrintRate(megabytes * 1000000, start);
+  close(descriptor);
+  return 0;
+}
+
+int RunHold(int port, int connections) {
+  std::array<char, 100> message{};
+  for (int i = 0; i < connections; ++i) {
+    const int descriptor = ConnectTo(port);
+    SendHeader(descriptor, kEcho, 0);
+    SendAll(descriptor, message.data(), message.size());
+    ReceiveAll(descriptor, message.data(), message.size());
+  }
+  WaitForWord();
+  return 0;
 }
 
 int RunBulk(int port, int connections, std::uint64_t megabytes, bool down) {
@@ -219,8 +283,7 @@ int RunBulk(int port, int connections, std::uint64_t megabytes, bool down) {
     threads.emplace_back(BulkConnection, port, each, down);
   for (std::thread& thread : threads)
     thread.join();
-  const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
-  std::printf("%.1f\n", static_cast<double>(each * static_cast<std::uint64_t>(connections)) / 1e6 / seconds);
+  PrintRate(each * static_cast<std::uint64_t>(connections), start);
   return 0;
 }
 
@@ -274,10 +337,16 @@ int main(int argc, char* argv[]) {
     if (words.at(0) == "bulk") {
       return RunBulk(number(1), number(2), static_cast<std::uint64_t>(number(3)), words.at(4) == "down");
     }
+    if (words.at(0) == "watched") {
+      return RunWatched(number(1), static_cast<std::uint64_t>(number(2)), words.at(3) == "down");
+    }
+    if (words.at(0) == "stalled") return RunStalled(number(1), static_cast<std::uint64_t>(number(2)));
+    if (words.at(0) == "hold") return RunHold(number(1), number(2));
     if (words.at(0) == "rtt") return RunRoundTrips(number(1), number(2), static_cast<std::size_t>(number(3)));
     if (words.at(0) == "connect") return RunConnects(number(1), number(2));
   } catch (const std::out_of_range&) {
   }
-  std::fputs("usage: load serve|bulk|rtt|connect ...; see the head of bench/load.cpp\n", stderr);
+  std::fputs("usage: load serve|bulk|watched|stalled|hold|rtt|connect ...; see the head of bench/load.cpp\n",
+             stderr);
   return 2;
 }

@@ -9,7 +9,6 @@ to open while a longer download runs.
 import argparse
 import os
 import pathlib
-import re
 import statistics
 import subprocess
 import sys
@@ -33,16 +32,6 @@ WAYS = [
     ("Binary", {"DisplayAs": 4}),
     ("Hex, all directions, no colours", {"ServerToVLT": 1, "VLTToServer": 1, "ColourCode": 0}),
 ]
-
-
-def resident(run):
-    text = pathlib.Path(f"/proc/{run.process.pid}/status").read_text()
-    return int(re.search(r"VmRSS:\s+(\d+)", text).group(1)) / 1024
-
-
-def processor_seconds(run):
-    fields = pathlib.Path(f"/proc/{run.process.pid}/stat").read_text().rsplit(")", 1)[1].split()
-    return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
 
 
 def popups(screen):
@@ -92,16 +81,16 @@ def measure(load, server, settings, figures):
                 return float(process.communicate()[0].split()[0])
 
             rate(bulk(MEGABYTES))
-            spent = processor_seconds(run)
+            spent = run.processor_seconds()
             figures["rate"] += [rate(bulk(MEGABYTES)) for _ in range(DOWNLOADS)]
-            figures["processor"].append((processor_seconds(run) - spent) / DOWNLOADS)
-            figures["memory"].append(resident(run))
+            figures["processor"].append((run.processor_seconds() - spent) / DOWNLOADS)
+            figures["memory"].append(run.resident())
             figures["idle menu"] += menu_times(screen)
             process = bulk(LONG)
             figures["menu"] += menu_times(screen)
             figures["busy"].append(process.poll() is None)
             rate(process)
-            figures["memory later"].append(resident(run))
+            figures["memory later"].append(run.resident())
             assert run.stop() == (0, "")
     finally:
         screen.close()

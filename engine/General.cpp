@@ -64,7 +64,8 @@ QString PortNodeText(const QString& description, const QString& port, bool liste
 General::General(const Platform& platform, ProtocolTable protocols)
     : mPlatform(platform),
       mSettings(platform.store, kApplicationName),
-      mProtocolTable(std::move(protocols)) {}
+      mProtocolTable(std::move(protocols)),
+      mPayloadLimit(platform.timers) {}
 
 General::~General() = default;
 

@@ -11,6 +11,7 @@
 #include "base/KeyedList.h"
 #include "base/RandomGenerator.h"
 #include "base/Timer.h"
+#include "engine/PayloadLimit.h"
 #include "engine/ProtocolHandler.h"
 #include "engine/SettingsStore.h"
 #include "engine/Socket.h"
@@ -38,6 +39,8 @@ struct Platform {
   /// The folder below which the program writes its own files: that of the executable, or where that cannot
   /// be written, the program's in the user's data folder. Without a slash at its end.
   QString writeFolder = {};
+  /// In bytes; 0 when it is not known.
+  qint64 machineMemory = 0;
 };
 
 class General {
@@ -48,6 +51,8 @@ class General {
   const Platform mPlatform;
   const ApplicationSettings mSettings;
   const ProtocolTable mProtocolTable;
+
+  PayloadLimit mPayloadLimit;
 
   // The objects of the run. Borrowed ones are set before Main runs.
   Recorder* gobjLogging = nullptr;

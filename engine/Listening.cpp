@@ -96,7 +96,7 @@ bool Listening::StartListeningOnSocket(Socket*& objListeningSocket, qint32 lngPo
 
 void Listening::DestroySockets(qint32 lngPort) {
   const QString key = ListeningSocketKey(lngPort);
-  // An idle socket has no port, so to speak port 0, and one that asked for port 0 has another than its row.
+  // An idle socket has no port, so to speak port 0, which a row may name.
   const auto isAnothers = [&](const Socket& socket) {
     for (qsizetype at = 1; at <= mcolListeningSocket.Count(); ++at)
       if (mcolListeningSocket.Item(at) == &socket) return mcolListeningSocket.KeyAt(at) != key;

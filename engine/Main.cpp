@@ -75,6 +75,7 @@ bool Main::Run(const QStringList& commandLine) {
     mGeneral.gblnConnectionDiagramSelected = true;
     mGeneral.gblnRecordEvents = true;
   });
+  Step([&] { LimitPayload(); });
   Step([&] { ClearEphemeralPorts(); });
   Step([&] { StartEngine(); });
   Step([&] { ShowMainWindow(); });
@@ -102,6 +103,14 @@ void Main::ShowSplash() {
   }
   // Whether it was shown or not.
   mGeneral.SetTopMostWindow(splash, true);
+}
+
+// What a slow reader makes the program hold must not eat the machine.
+void Main::LimitPayload() {
+  constexpr int kPercent = 25;
+  const double percent = Option(mGeneral, QStringLiteral("PayloadMemoryPercent"), kPercent);
+  mGeneral.mPayloadLimit.SetMost(
+      static_cast<qint64>(static_cast<double>(mGeneral.mPlatform.machineMemory) * percent / 100));
 }
 
 // What the FTP handler left behind in the last run.

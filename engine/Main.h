@@ -40,6 +40,7 @@ class Main {
   template <class Body>
   void Step(Body&& body);
   void ShowSplash();
+  void LimitPayload();
   void ClearEphemeralPorts();
   void StartEngine();
   void ShowMainWindow();

@@ -25,6 +25,9 @@ class SettingsStore {
   /// Creates section and key as needed.
   virtual void SaveSetting(const QString& application, const QString& section, const QString& key,
                            const QString& value) = 0;
+  /// Saves all the rows, or none where that fails.
+  virtual void SaveSettings(const QString& application, const QString& section,
+                            const QList<SettingRow>& rows) = 0;
   /// All rows of the section in the order in which they were first written.
   virtual QList<SettingRow> GetAllSettings(const QString& application, const QString& section) = 0;
   /// Removes a key. Fails with a bad argument when it is not there.
@@ -45,6 +48,9 @@ class ApplicationSettings {
   }
   void Save(const QString& section, const QString& key, const QString& value) const {
     mStore.SaveSetting(mApplication, section, key, value);
+  }
+  void SaveAll(const QString& section, const QList<SettingRow>& rows) const {
+    mStore.SaveSettings(mApplication, section, rows);
   }
   QList<SettingRow> All(const QString& section) const { return mStore.GetAllSettings(mApplication, section); }
   void Delete(const QString& section, const QString& key) const {

@@ -69,7 +69,7 @@ class Socket {
   virtual SocketState State() const = 0;
 
   /// Listens on LocalPort on all addresses. Fails with the system's number (10048 in use, 10013 not
-  /// allowed, ...); the state is kListening when it returns.
+  /// allowed, 10049 no port, as 0 is, ...); the state is kListening when it returns.
   virtual void Listen() = 0;
   /// On a fresh socket, inside the ConnectionRequest event: takes that connection over.
   virtual void Accept(qint32 requestId) = 0;

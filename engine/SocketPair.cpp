@@ -10,8 +10,11 @@
 namespace veltrane {
 namespace {
 
-/// The shortest time, in ms, between two questions to a throttle that cannot be read.
+/// The shortest time, in ms, between two questions to a throttle that cannot be read, or that lets nothing
+/// through and names no time.
 constexpr qint32 kAskAgain = 100;
+/// A direction that holds no more than this is read from whatever the others hold: it keeps up.
+constexpr qsizetype kAlwaysRead = 256 * 1024;
 
 QString StateNumber(SocketState state) {
   return QString::number(static_cast<int>(state));
@@ -30,7 +33,7 @@ class SocketPair::ServerEvents : public SocketEvents {
         mPair.mGeneral.LogError(QStringLiteral("Data arrival on server state ") + StateNumber(state));
         return;
       }
-      const Payload data = mPair.sckServer->GetData();
+      const Payload data = mPair.Read(*mPair.sckServer, true);
       if (!data.IsEmpty()) handler.ServerBytesReceived(data);
     });
   }
@@ -46,6 +49,7 @@ class SocketPair::ServerEvents : public SocketEvents {
   }
 
   void SendComplete() override {
+    mPair.mToClient.leaving = 0;
     mPair.Tell([](ProtocolHandler& handler) { handler.ServerBytesSent(); });
   }
 
@@ -70,7 +74,7 @@ class SocketPair::ClientEvents : public SocketEvents {
         mPair.mGeneral.LogError(QStringLiteral("Data arrival on client state ") + StateNumber(state));
         return;
       }
-      const Payload data = mPair.sckClient->GetData();
+      const Payload data = mPair.Read(*mPair.sckClient, false);
       if (!data.IsEmpty()) handler.ClientBytesReceived(data);
     });
   }
@@ -86,6 +90,7 @@ class SocketPair::ClientEvents : public SocketEvents {
   }
 
   void SendComplete() override {
+    mPair.mToServer.leaving = 0;
     mPair.Tell([](ProtocolHandler& handler) { handler.ClientBytesSent(); });
   }
 
@@ -98,15 +103,24 @@ struct SocketPair::SendRoad {
   std::unique_ptr<Socket> SocketPair::*socket;
   Timer SocketPair::*throttleTimer;
   bool SocketPair::*throttleUnreadable;
+  Backlog SocketPair::*backlog;
   bool fromServerToClient;
   const char16_t* failureText;
 };
 
 const SocketPair::SendRoad SocketPair::kClientRoad{
-    &SocketPair::sckClient, &SocketPair::tmrC2SThrottleDataRequest, &SocketPair::mC2SThrottleUnreadable,
-    false, u"An error occurred while sending the data through the client (Low Level)"};
+    &SocketPair::sckClient,
+    &SocketPair::tmrC2SThrottleDataRequest,
+    &SocketPair::mC2SThrottleUnreadable,
+    &SocketPair::mToServer,
+    false,
+    u"An error occurred while sending the data through the client (Low Level)"};
 const SocketPair::SendRoad SocketPair::kServerRoad{
-    &SocketPair::sckServer, &SocketPair::tmrS2CThrottleDataRequest, &SocketPair::mS2CThrottleUnreadable, true,
+    &SocketPair::sckServer,
+    &SocketPair::tmrS2CThrottleDataRequest,
+    &SocketPair::mS2CThrottleUnreadable,
+    &SocketPair::mToClient,
+    true,
     u"An error occurred while sending the data through the server (Low Level)"};
 
 SocketPair::SocketPair(General& general)
@@ -129,7 +143,9 @@ SocketPair::SocketPair(General& general)
       sckServer(general.mPlatform.sockets.CreateSocket(*mServerEvents)),
       sckClient(general.mPlatform.sockets.CreateSocket(*mClientEvents)) {}
 
-SocketPair::~SocketPair() = default;
+SocketPair::~SocketPair() {
+  mGeneral.mPayloadLimit.Change(-mHeldAsCounted);
+}
 
 // Holds the pair and the handler for the time of the event: what happens inside may let go of both. An
 // unloaded pair has no handler and hears nothing.
@@ -138,6 +154,7 @@ void SocketPair::Tell(Call&& call) {
   const auto keep = shared_from_this();
   const ProtocolHandlerRef handler = mobjProtocolHandler;
   if (handler) call(*handler);
+  CountHeld();
 }
 
 void SocketPair::Terminate() {
@@ -154,6 +171,45 @@ void SocketPair::Unload() {
   sckServer->Close();
   sckClient->Close();
   mobjProtocolHandler.reset();
+  CountHeld();
+}
+
+/// Leaves the bytes where they are, and so the sender waiting, while too much is held.
+Payload SocketPair::Read(Socket& socket, bool clientToServer) {
+  Backlog& backlog = clientToServer ? mToServer : mToClient;
+  PayloadLimit& limit = mGeneral.mPayloadLimit;
+  if (!limit.IsReached() || BytesHeld(clientToServer) <= kAlwaysRead) return socket.GetData();
+  backlog.senderWaits = true;
+  if (!std::exchange(backlog.isQueued, true)) {
+    limit.Wait([weak = weak_from_this(), clientToServer] {
+      const auto pair = weak.lock();
+      if (!pair) return;
+      (clientToServer ? pair->mToServer : pair->mToClient).isQueued = false;
+      pair->ReadOn(clientToServer);
+    });
+  }
+  return {};
+}
+
+qsizetype SocketPair::BytesHeld(bool clientToServer) const {
+  if (!mobjProtocolHandler) return 0;
+  return mobjProtocolHandler->BytesHeld(clientToServer) + (clientToServer ? mToServer : mToClient).leaving;
+}
+
+void SocketPair::CountHeld() {
+  const qsizetype toServer = BytesHeld(true);
+  const qsizetype toClient = BytesHeld(false);
+  mGeneral.mPayloadLimit.Change(toServer + toClient - std::exchange(mHeldAsCounted, toServer + toClient));
+  if (toServer <= kAlwaysRead) ReadOn(true);
+  if (toClient <= kAlwaysRead) ReadOn(false);
+}
+
+void SocketPair::ReadOn(bool clientToServer) {
+  Backlog& backlog = clientToServer ? mToServer : mToClient;
+  if (!std::exchange(backlog.senderWaits, false)) return;
+  const SocketState state = clientToServer ? ServerState() : ClientState();
+  if (state == SocketState::kConnected || state == SocketState::kPeerClosing)
+    (clientToServer ? mServerEvents : mClientEvents)->DataArrival(0);
 }
 
 void SocketPair::Bind(ProtocolHandlerRef objProtocolHandler) {
@@ -261,9 +317,12 @@ bool SocketPair::Send(const SendRoad& road, const PayloadBuffer& data, Payload& 
     if (!throttled) timer.SetEnabled(false);
     sent = throttled ? stillToBeSent.Take(static_cast<qsizetype>(amount)) : stillToBeSent.TakeAll();
     socket.SendData(sent);
+    (this->*road.backlog).leaving += sent.Size();
     if (throttled) {
       timer.SetInterval(nextSendPeriod);
       timer.SetEnabled(true);
+      // Nothing has gone, so no completion will come either, and an interval of 0 is silent.
+      if (sent.IsEmpty() && nextSendPeriod <= 0) AskAgain(timer);
     }
     return throttled;
   } catch (...) {

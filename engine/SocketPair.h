@@ -102,6 +102,13 @@ class SocketPair : public std::enable_shared_from_this<SocketPair> {
   class ServerEvents;
   class ClientEvents;
   struct SendRoad;
+  /// What one direction holds in its socket, whether its sender waits until it holds less, and whether the
+  /// limit will say when the others do.
+  struct Backlog {
+    qsizetype leaving = 0;
+    bool senderWaits = false;
+    bool isQueued = false;
+  };
   static const SendRoad kClientRoad;
   static const SendRoad kServerRoad;
 
@@ -117,6 +124,10 @@ class SocketPair : public std::enable_shared_from_this<SocketPair> {
   void EndDangle(ProtocolHandler& handler);
   void ResumeThrottled(Timer& timer, bool (ProtocolHandler::*resume)(bool));
   bool Send(const SendRoad& road, const PayloadBuffer& data, Payload& sent, PayloadBuffer& stillToBeSent);
+  Payload Read(Socket& socket, bool clientToServer);
+  qsizetype BytesHeld(bool clientToServer) const;
+  void CountHeld();
+  void ReadOn(bool clientToServer);
 
   General& mGeneral;
   std::unique_ptr<SocketEvents> mServerEvents;
@@ -124,6 +135,9 @@ class SocketPair : public std::enable_shared_from_this<SocketPair> {
   std::unique_ptr<Socket> sckServer;
   std::unique_ptr<Socket> sckClient;
   QString mKey;
+  Backlog mToServer;
+  Backlog mToClient;
+  qint64 mHeldAsCounted = 0;
   qint32 mlngTimeDuringDangle = 0;
   /// What a dangle holds back: 0 client to server, 1 server to client, 2 both.
   qint16 mintDataBeingDangled = 0;

@@ -352,6 +352,21 @@ void SqliteSettingsStore::SaveSetting(const QString& application, const QString&
   if (mUpdate->Run({application, section, key, value}) == 0) mInsert->Run({application, section, key, value});
 }
 
+void SqliteSettingsStore::SaveSettings(const QString& application, const QString& section,
+                                       const QList<SettingRow>& rows) {
+  if (rows.isEmpty()) return;
+  OpenAtFirstUse();
+  Execute("BEGIN IMMEDIATE");
+  try {
+    for (const auto& [key, value] : rows)
+      SaveSetting(application, section, key, value);
+    Execute("COMMIT");
+  } catch (...) {
+    sqlite3_exec(mDatabase, "ROLLBACK", nullptr, nullptr, nullptr);
+    throw;
+  }
+}
+
 void SqliteSettingsStore::DeleteSetting(const QString& application, const QString& section,
                                         const QString& key) {
   OpenAtFirstUse();

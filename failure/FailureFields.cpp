@@ -121,14 +121,19 @@ void frmProblemSimulation::LoadField(const Field& field, const QString& stored) 
   }
 }
 
+// All at once, so that no schedule is stored by half.
 void frmProblemSimulation::SaveSettings() {
+  QList<SettingRow> rows;
+  QHash<QString, QString> choices = mLoadedOrSaved;
   for (const Field& field : Fields()) {
     const QString key = Key(field);
     const QString choice = Choice(field);
     if (!mSettingsWereRead && choice == mLoadedOrSaved.value(key)) continue;
-    mGeneral.mSettings.Save(kSection, key, Value(field));
-    mLoadedOrSaved.insert(key, choice);
+    rows.append({key, Value(field)});
+    choices.insert(key, choice);
   }
+  mGeneral.mSettings.SaveAll(kSection, rows);
+  mLoadedOrSaved = choices;
 }
 
 QString frmProblemSimulation::Key(const Field& field) const {

@@ -31,6 +31,7 @@ frmProblemSimulation::frmProblemSimulation(General& general, StatusPanes& status
       mStatusPanes(statusPanes) {
   SetCaption(QStringLiteral("Connection Failure Simulation Strategies"));
   cmdOK.OnClick = [this] { Hide(); };
+  SetCancelButton(cmdOK);
   cmdTerminateAllConnections.OnClick = [this] {
     ForEachOpenConnection(&SocketPair::tmrTerminationTime_Timer);
   };

@@ -46,7 +46,7 @@ class RichTextBox : public Control {
   /// Another number whenever the text has changed otherwise than by growing at its end.
   quint64 Generation() const { return mGeneration; }
 
-  /// Where lines wrap, in twips; 0 wraps at the window's edge.
+  /// Where a line would have to wrap, in twips. It is set so far out that none does.
   int RightMargin() const { return mRightMargin; }
   void SetRightMargin(int margin) { Assign(mRightMargin, margin); }
 

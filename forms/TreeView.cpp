@@ -44,15 +44,11 @@ TreeNode& TreeView::Add(const QString& parentKey, const QString& key, const QStr
   const auto node = std::make_shared<TreeNode>();
   node->mTree = this;
   node->mParent = parent;
-  node->mSerial = ++mLastSerial;
   node->mKey = key;
   node->mText = text;
   node->mImage = image;
-  node->mBefore = mLast;
-  (mLast ? mLast->mAfter : mFirst) = node.get();
-  mLast = node.get();
   mNodes.insert(key, node.get());
-  mSerials.insert(node->mSerial, node.get());
+  Enlist(*node);
   (parent ? parent->mChildren : mTop).push_back(node);
   TouchChildren(parent, &Changes::grown);
   return *node;
@@ -91,17 +87,48 @@ void TreeView::Detach(TreeNode& node) {
   for (const TreeNodeRef& child : node.mChildren)
     Detach(*child);
   node.mChildren.clear();
+  Delist(node);
+  mNodes.remove(node.mKey);
+  if (mSelected == &node) mSelected = nullptr;
+  node.mTree = nullptr;
+  node.mParent = nullptr;
+}
+
+void TreeView::Enlist(TreeNode& node) {
+  node.mSerial = ++mLastSerial;
+  mSerials.insert(node.mSerial, &node);
+  node.mBefore = mLast;
+  (mLast ? mLast->mAfter : mFirst) = &node;
+  mLast = &node;
+}
+
+void TreeView::Delist(TreeNode& node) {
   (node.mBefore ? node.mBefore->mAfter : mFirst) = node.mAfter;
   (node.mAfter ? node.mAfter->mBefore : mLast) = node.mBefore;
   node.mBefore = node.mAfter = nullptr;
-  mNodes.remove(node.mKey);
   mSerials.remove(node.mSerial);
   mChanges.parents.erase(node.mSerial);
   mChanges.grown.erase(node.mSerial);
   mChanges.nodes.erase(node.mSerial);
-  if (mSelected == &node) mSelected = nullptr;
-  node.mTree = nullptr;
-  node.mParent = nullptr;
+}
+
+// To the models these are other nodes.
+void TreeView::EnlistAnew(TreeNode& node) {
+  Delist(node);
+  Enlist(node);
+  for (const TreeNodeRef& child : node.mChildren)
+    EnlistAnew(*child);
+}
+
+void TreeView::Move(TreeNode& node, TreeNode& parent) {
+  auto& siblings = Siblings(node);
+  const TreeNodeRef keep = Keep(node);
+  siblings.erase(std::find(siblings.begin(), siblings.end(), keep));
+  TouchChildren(node.mParent, &Changes::parents);
+  EnlistAnew(node);
+  node.mParent = &parent;
+  parent.mChildren.push_back(keep);
+  TouchChildren(&parent, &Changes::grown);
 }
 
 void TreeView::Touch(const TreeNode& node) {

@@ -77,6 +77,9 @@ class TreeView : public Control {
   void Remove(const QString& key);
   void Remove(TreeNode& node);
   void Clear();
+  /// Makes a node, with all below it, the last child of another one, which is not below it. The nodes stay
+  /// the same, and so does the selection; in the order of adding they are the last.
+  void Move(TreeNode& node, TreeNode& parent);
 
   bool Contains(const QString& key) const { return mNodes.contains(key); }
   /// The node under a key; fails when there is none.
@@ -130,6 +133,9 @@ class TreeView : public Control {
   friend class TreeNode;
   std::deque<TreeNodeRef>& Siblings(const TreeNode& node);
   void Detach(TreeNode& node);
+  void Enlist(TreeNode& node);
+  void Delist(TreeNode& node);
+  void EnlistAnew(TreeNode& node);
   void Touch(const TreeNode& node);
   void TouchChildren(const TreeNode* parent, std::unordered_set<quint64> Changes::*how);
   void Note();

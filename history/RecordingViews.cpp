@@ -92,14 +92,17 @@ void Logging::AddConnectionNode(const QString& key, const SocketPairHistory& his
 void Logging::PutSocketNode(const QString& parentKey, const SocketPairHistory& history, const QString& text,
                             const QString& image) {
   const QString& key = history.mstrSocketPairKey;
-  // It may still stand in the branch of connections that wait for their server.
-  if (TreeNode* node = Tree().Find(key)) {
+  TreeNode* node = Tree().Find(key);
+  if (!node) {
+    Tree().Add(parentKey, key, text, image).SetTag(key);
+  } else if (!node->Parent() || node->Parent()->Key() != parentKey) {
+    // It still stands in the branch of connections that wait for their server. Moved, it stays selected.
     const QString branch = node->Parent() ? node->Parent()->Key() : QString();
-    if (branch == parentKey) return;
-    Tree().Remove(*node);
+    Tree().Move(*node, Tree().Node(parentKey));
+    RenameNode(*node, text);
+    node->SetImage(image);
     RemoveIfChildless(branch);
   }
-  Tree().Add(parentKey, key, text, image).SetTag(key);
   Tree().Refresh();
 }
 

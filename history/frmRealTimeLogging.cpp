@@ -68,6 +68,7 @@ frmRealTimeLogging::frmRealTimeLogging(General& general, StatusPanes& statusBar)
   };
   cmdDelete.OnClick = [this] { DeleteFile(); };
   cmdClose.OnClick = [this] { Hide(); };
+  SetCancelButton(cmdClose);
 }
 
 void frmRealTimeLogging::OnLoad() {

@@ -30,6 +30,7 @@ class ProtocolFTP : public RoutedHandler {
   void BeginRelay() override;
   void ClientSpoke(const Payload& data) override;
   void ServerSpoke(const Payload& data) override;
+  bool LoginWaits() const override { return !mGreeted; }
 
  private:
   struct AddressLine;

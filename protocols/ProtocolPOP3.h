@@ -19,6 +19,7 @@ class ProtocolPOP3 : public SiteHandler {
   void RouteRequest(Payload& data, QString& host, qint32& port) override;
   void BeginRelay() override;
   void ServerSpoke(const Payload& data) override;
+  bool LoginWaits() const override { return mblnAwaitingGreeting; }
   void SendBuffer(const Lane& lane) override;
 
  private:

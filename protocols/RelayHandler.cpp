@@ -157,9 +157,11 @@ void RelayHandler::Relay(const Lane& lane, const Payload& data) {
     (this->*lane.endBadSocket)();
   } else if (this->*lane.sending ||
              (!(this->*lane.buffer).IsEmpty() && !(lane.clientToServer && mLoginIsPassed))) {
-    // What waits without a run of sends is a login that waits for its server's greeting. What the client says
-    // before the server has spoken belongs behind it.
     Hold(lane, data, false);
+    // What waits without a run of sends is a login that waits for its server's greeting: what the client says
+    // before the server has spoken belongs behind it. Or it is what a dangle has left that ended with no
+    // choice made: that goes with the next data.
+    if (!(this->*lane.sending) && !(lane.clientToServer && LoginWaits())) Resume(lane, false);
   } else {
     if (lane.directSendIsPending) this->*lane.sendPending = true;
     SendNow(lane, data);

@@ -63,6 +63,9 @@ class RelayHandler : public ProtocolHandler {
   bool ResumeThrottledOrDangledServerSend(bool blnDiscardData) override;
   void DanglingStatusChanged(bool blnDanglingOn, qint16 intDataBeingDangled,
                              qint32 lngTimeDuringDangle) override;
+  qsizetype BytesHeld(bool blnClientToServer) const override {
+    return (blnClientToServer ? mvarClientBuffer : mvarServerBuffer).Size();
+  }
 
  protected:
   struct Lane;
@@ -84,6 +87,8 @@ class RelayHandler : public ProtocolHandler {
   virtual void ClientSpoke(const Payload& data) { Relay(kToServer, data); }
   /// Data from the remote server, to be recorded here.
   virtual void ServerSpoke(const Payload& data);
+  /// Whether what waits for the server is a login, and waits for the server's greeting.
+  virtual bool LoginWaits() const { return false; }
   /// The remote client has left before the outgoing connection stood; recorded already.
   virtual void ClientLeftEarly() {}
   /// The outgoing socket has failed, or could not be connected at all; recorded already.

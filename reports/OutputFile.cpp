@@ -23,6 +23,14 @@ constexpr mode_t kFolderRights = 0777;
 
 constexpr std::size_t kPieceBytes = 65536;
 
+/// Whether the path leads to the open file, also by a link.
+bool LeadsTo(const QString& path, int descriptor) {
+  struct stat open {};
+  struct stat there {};
+  return ::fstat(descriptor, &open) == 0 && ::stat(QFile::encodeName(path).constData(), &there) == 0 &&
+         open.st_dev == there.st_dev && open.st_ino == there.st_ino;
+}
+
 }  // namespace
 
 OutputFile::OutputFile(const QString& path, Old old) {
@@ -60,6 +68,8 @@ void CopyFile(const QString& from, const QString& to) {
   using Stream = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
   const Stream source(std::fopen(QFile::encodeName(from).constData(), "rbe"), &std::fclose);
   if (!source) throw FileFailure(errno);
+  // To open it as the target would empty it.
+  if (LeadsTo(to, ::fileno(source.get()))) return;
   OutputFile target(to, OutputFile::Old::kReplaced);
   std::array<char, kPieceBytes> piece;
   while (const std::size_t count = std::fread(piece.data(), 1, piece.size(), source.get()))

@@ -32,7 +32,8 @@ class OutputFile {
 /// Replaces the contents of the file by bytes.
 void WriteFile(const QString& path, QByteArrayView bytes);
 
-/// Replaces the contents of the file to by those of from. What was copied before a failure stays.
+/// Replaces the contents of the file to by those of from. What was copied before a failure stays. Where both
+/// are one file, by whatever links, it stays as it is.
 void CopyFile(const QString& from, const QString& to);
 
 /// Makes a folder below one that exists; no failure when it is there.

@@ -36,7 +36,7 @@ frmSaveHistory::frmSaveHistory(General& general, const Logging& logging, Form& m
                         QStringLiteral("Remote Server to VLT"), QStringLiteral("VLT to remote client")});
   txtFile.OnChange = [this] { RefreshView(); };
   cmdFile.OnClick = [this] { PastFailures([this] { ChooseFile(); }); };
-  cmdView.OnClick = [this] { GetDesktop().OpenDocument(txtFile.Text()); };
+  cmdView.OnClick = [this] { OpenSavedFile(); };
   optFormat.OnClick = [this](int index) { ChooseFormat(index); };
   optDisplayAs.OnClick = [this](int index) { ChooseDigits(index); };
   txtBytesPerRow.OnChange = [this] { txtBytesPerRow.SetText(CorrectedBytesPerRow(txtBytesPerRow.Text())); };

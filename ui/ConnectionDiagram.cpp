@@ -54,14 +54,31 @@ void ConnectionDiagram::AddEvent(const SocketPairHistory& history) {
   if (mPages.IsOnPage(count) && count <= mLastDrawn) {
     // A purge has moved the positions: what stands on this page is another one's, and rows would grow for
     // ever.
-    UnhighlightEvent();
-    Clear();
-    DrawPage(history);
+    BeginAnew(history);
   } else {
     if (!history.mblnPreviousEventFollowOn) ++mPages.mlngDiagramRow;
     DrawEvent(mPages.mlngDiagramRow, count, history.mblnPreviousEventFollowOn, history);
   }
   mPages.mintPageCount = DiagramPages::PageCount(count);
+}
+
+// Under the eyes of the user: what was marked stays so, in its place on the screen.
+void ConnectionDiagram::BeginAnew(const SocketPairHistory& history) {
+  Rect surface = mControls.fraConnectionPanel.Place();
+  const std::shared_ptr<SocketEvent> marked =
+      mControls.shpHighlight.Visible() ? mMarked.lock() : std::shared_ptr<SocketEvent>();
+  const int markTop = mControls.shpHighlight.Place().top;
+  UnhighlightEvent();
+  Clear();
+  DrawPage(history);
+  const std::shared_ptr<DiagramFigure> figure = marked ? marked->mobjUIObject.lock() : nullptr;
+  if (IsDrawn(figure)) {
+    Mark(*figure);
+    surface.top += markTop - mControls.shpHighlight.Place().top;
+  }
+  surface.height = mControls.fraConnectionPanel.Place().height;
+  mControls.fraConnectionPanel.SetPlace(surface);
+  RefreshScrollBars();
 }
 
 void ConnectionDiagram::Display(const SocketPairHistory& history) {
@@ -168,10 +185,13 @@ void ConnectionDiagram::Draw(const DiagramItem& item, int row, qsizetype positio
              .text = failed ? QString() : LabelText(item.array, *event, history)});
 }
 
-// As soon as the words of a row would end below the surface: they could not be scrolled into view.
+// As soon as the words of a row would end below the surface or under the scroll bar at its lower edge: they
+// could not be scrolled into view.
 void ConnectionDiagram::MakeRoom(int row) {
   Rect surface = mControls.fraConnectionPanel.Place();
-  if (CellPlace(aniVLT, row).top + kRowHeight <= surface.height) return;
+  const int covered =
+      mControls.panDiagramOuter.Place().height - mControls.scrConnectionPanelHoriz.Place().top;
+  if (CellPlace(aniVLT, row).top + kRowHeight + covered <= surface.height) return;
   surface.height = SurfaceHeight(row);
   mControls.fraConnectionPanel.SetPlace(surface);
   RefreshScrollBars();
@@ -187,15 +207,20 @@ bool ConnectionDiagram::HighlightEvent(const std::shared_ptr<DiagramFigure>& fig
     ReportPurged();
     return false;
   }
-  const Rect highlight = HighlightPlace(figure->place);
-  mControls.shpHighlight.SetPlace(highlight);
-  mControls.shpHighlight.SetVisible(true);
+  Mark(*figure);
   Rect surface = panel.Place();
-  surface.top = ScrolledTop(surface.top, highlight, mControls.panDiagramOuter.Place().height);
+  surface.top =
+      ScrolledTop(surface.top, mControls.shpHighlight.Place(), mControls.panDiagramOuter.Place().height);
   panel.SetPlace(surface);
   RefreshScrollBars();
-  mPages.mintCurrentEvent = figure->tag;
   return true;
+}
+
+void ConnectionDiagram::Mark(const DiagramFigure& figure) {
+  mMarked = figure.event;
+  mControls.shpHighlight.SetPlace(HighlightPlace(figure.place));
+  mControls.shpHighlight.SetVisible(true);
+  mPages.mintCurrentEvent = figure.tag;
 }
 
 void ConnectionDiagram::UnhighlightEvent() {

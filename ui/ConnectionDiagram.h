@@ -59,6 +59,8 @@ class ConnectionDiagram {
   void BeginProgress();
   void EndProgress();
   void DrawPage(const SocketPairHistory& history);
+  void BeginAnew(const SocketPairHistory& history);
+  void Mark(const DiagramFigure& figure);
   void Draw(const DiagramItem& item, int row, qsizetype position, const SocketPairHistory& history);
   void MakeRoom(int row);
   void Scroll();
@@ -68,6 +70,7 @@ class ConnectionDiagram {
   ErrorSink& mErrors;
   const QString mPictureFolder;
   const std::function<bool()> mAnimates;
+  std::weak_ptr<SocketEvent> mMarked;
   qsizetype mLastDrawn = 0;  // position on the page in view, 0 while it is empty
 };
 

@@ -85,7 +85,7 @@ int ScrolledTop(int surfaceTop, const Rect& highlight, int viewHeight) {
 ScrollLimits HorizontalLimits(int surfaceWidth, int viewWidth) {
   const int max = (surfaceWidth - viewWidth) / kScrollStep;
   if (max < 1) return {};
-  return {max, max / kSmallHorizontalSteps, surfaceWidth / kScrollStep};
+  return {max, ToInt32(static_cast<double>(max) / kSmallHorizontalSteps), surfaceWidth / kScrollStep};
 }
 
 ScrollLimits VerticalLimits(int surfaceHeight, int viewHeight) {

@@ -16,4 +16,7 @@ struct ProductVersion {
   }
 };
 
+/// That of this build.
+ProductVersion BuiltVersion();
+
 }  // namespace veltrane

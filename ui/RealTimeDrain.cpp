@@ -38,7 +38,7 @@ void RealTimeDrain::Drain() {
   // From here on failures are passed over, each for itself.
   PastFailures([this] { ShowPreamble(); });
   PastFailures([&] { ShowData(text); });
-  PastFailures([this] { MoveToEnd(); });
+  MoveToEnd();
   mLogging.gstrData.removeFirst();
   if (!mLogging.gstrPreamble.isEmpty()) mLogging.gstrPreamble.removeFirst();
   if (!mLogging.gcolColour.isEmpty()) mLogging.gcolColour.removeFirst();

@@ -12,8 +12,14 @@ frmAbout::frmAbout(General& general, const ProductVersion& version)
   SetCaption(QStringLiteral("About Veltrane"));
   Label1.SetCaption(QStringLiteral("Veltrane \nTo learn more, please visit our web site:"));
   lblURL.SetCaption(kProductAddress);
-  lblURL.OnClick = [this] { GetDesktop().OpenDocument(kProductAddress); };
+  lblURL.OnClick = [this] {
+    mGeneral.Guard(
+        u"An error occurred while attempting to open the web site.  The operating system reports: ",
+        [this] { GetDesktop().OpenDocument(kProductAddress); });
+  };
   cmdOK.OnClick = [this] { Unload(); };
+  SetDefaultButton(cmdOK);
+  SetCancelButton(cmdOK);
 }
 
 // Reports nothing: a box without its animation still tells what it is there to tell.

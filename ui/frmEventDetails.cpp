@@ -13,6 +13,7 @@ namespace veltrane {
 namespace {
 
 const QString kSection = QStringLiteral("EventDetails");
+const QString kFormat = QStringLiteral("Format");
 const QString kBytesPerRow = QStringLiteral("BytesPerRow");
 constexpr int kAvailabilityIntervalMs = 1000;
 
@@ -81,31 +82,33 @@ void frmEventDetails::OnUnload() {
 }
 
 void frmEventDetails::LoadSettings() {
-  LoadNumber("Format", 0, [this](int index) { cboFormat.SetListIndex(index); });
+  LoadSetting(kFormat, QStringLiteral("0"),
+              [this](const QString& text) { cboFormat.SetListIndex(ToInt32(text)); });
   // Corrected here too: a stored text that is empty is no change of the field.
-  txtBytesPerRow.SetText(
-      CorrectedBytesPerRow(mGeneral.mSettings.Get(kSection, kBytesPerRow, QStringLiteral("8"))));
+  LoadSetting(kBytesPerRow, QStringLiteral("8"),
+              [this](const QString& text) { txtBytesPerRow.SetText(CorrectedBytesPerRow(text)); });
   Rect geometry;
-  for (const PlaceRow& row : kPlace)
-    LoadNumber(row.key, kDesigned.*row.number, [&](int number) { geometry.*row.number = number; });
+  for (const PlaceRow& row : kPlace) {
+    LoadSetting(QLatin1String(row.key), QString::number(kDesigned.*row.number),
+                [&](const QString& text) { geometry.*row.number = ToInt32(text); });
+  }
   geometry.width = std::max(geometry.width, kLeastWidth);
   geometry.height = std::max(geometry.height, kLeastHeight);
   SetGeometry(geometry);
 }
 
-void frmEventDetails::LoadNumber(const char* key, int whenMissing,
-                                 const std::function<void(int number)>& use) {
-  const QString name = QLatin1String(key);
+void frmEventDetails::LoadSetting(const QString& name, const QString& whenMissing,
+                                  const std::function<void(const QString& text)>& use) {
   const QString message =
       QStringLiteral("An error occurred while attempting to load the event details setting ") + name +
       QStringLiteral(".  The operating system reports: ");
-  const bool usable = mGeneral.Guard(
-      message, [&] { use(ToInt32(mGeneral.mSettings.Get(kSection, name, QString::number(whenMissing)))); });
+  const bool usable =
+      mGeneral.Guard(message, [&] { use(mGeneral.mSettings.Get(kSection, name, whenMissing)); });
   if (!usable) use(whenMissing);
 }
 
 void frmEventDetails::SaveSettings() {
-  mGeneral.mSettings.Save(kSection, QStringLiteral("Format"), QString::number(cboFormat.ListIndex()));
+  mGeneral.mSettings.Save(kSection, kFormat, QString::number(cboFormat.ListIndex()));
   mGeneral.mSettings.Save(kSection, kBytesPerRow, txtBytesPerRow.Text());
   for (const PlaceRow& row : kPlace)
     mGeneral.mSettings.Save(kSection, QLatin1String(row.key), QString::number(Geometry().*row.number));
@@ -134,11 +137,25 @@ bool frmEventDetails::SetDetails(const SocketPairHistoryRef& history, qint16 pos
   Load();
   mobjHistory = history;
   mintEventIndex = position;
-  return ShowDetails();
+  mRemoved = history ? history->mobjSocketPairEvents.Removed() : 0;
+  const bool shown = ShowDetails();
+  RefreshNavigationButtons();
+  return shown;
+}
+
+// A purge lowers the positions of the events that it leaves. One that is gone has none, and nothing is found
+// under it.
+void frmEventDetails::FollowPurges() {
+  if (mintEventIndex == 0 || !mobjHistory) return;
+  const qint64 removed = mobjHistory->mobjSocketPairEvents.Removed();
+  const qint64 position = mintEventIndex - (removed - mRemoved);
+  mintEventIndex = position < 1 ? kGone : static_cast<qint16>(position);
+  mRemoved = removed;
 }
 
 bool frmEventDetails::ShowDetails() {
   if (mintEventIndex == 0) return true;
+  FollowPurges();
   bool shown = false;
   PastFailures([&] { shown = Fill(); });
   return shown;
@@ -244,18 +261,22 @@ void frmEventDetails::EnableDetails(bool enabled) {
 
 void frmEventDetails::RefreshNavigationButtons() {
   if (mintEventIndex == 0 || !mobjHistory) return;
+  FollowPurges();
   for (CommandButton& button : cmdLeft)
-    button.SetEnabled(mintEventIndex != 1);
+    button.SetEnabled(mintEventIndex > 1);
   for (CommandButton& button : cmdRight)
-    button.SetEnabled(mintEventIndex != mobjHistory->mobjSocketPairEvents.Count());
+    button.SetEnabled(mintEventIndex > 0 && mintEventIndex != mobjHistory->mobjSocketPairEvents.Count());
 }
 
-// The arrows follow at once, so that quick clicks do not run past the ends. Positions have 16 bits.
+// The arrows follow at once, so that quick clicks do not run past the ends. Positions have 16 bits. From an
+// event that is gone no arrow leads anywhere.
 void frmEventDetails::Step(int by) {
+  FollowPurges();
   const int position = mintEventIndex + by;
-  if (position > std::numeric_limits<qint16>::max()) return;
-  mintEventIndex = static_cast<qint16>(position);
-  ShowDetails();
+  if (mintEventIndex > 0 && position <= std::numeric_limits<qint16>::max()) {
+    mintEventIndex = static_cast<qint16>(position);
+    ShowDetails();
+  }
   RefreshNavigationButtons();
 }
 

@@ -69,6 +69,9 @@ class frmEventDetails : public Form, public EventDetails {
  private:
   friend struct FrmEventDetailsTest;
 
+  /// The position of an event that was purged.
+  static constexpr qint16 kGone = -1;
+
   /// What txtData shows: the same again leaves it alone.
   struct Shown {
     Payload data = {};
@@ -81,8 +84,10 @@ class frmEventDetails : public Form, public EventDetails {
 
   void LoadSettings();
   void SaveSettings();
-  /// A stored number that is none is reported, and the other holds.
-  void LoadNumber(const char* key, int whenMissing, const std::function<void(int number)>& use);
+  /// A stored value that cannot be read or used is reported, and the other holds.
+  void LoadSetting(const QString& name, const QString& whenMissing,
+                   const std::function<void(const QString& text)>& use);
+  void FollowPurges();
   bool Fill();
   void ShowFields(const SocketEvent& event);
   void ShowData(const Payload& data);
@@ -96,6 +101,7 @@ class frmEventDetails : public Form, public EventDetails {
   EventDiagram& mDiagram;
   SocketPairHistoryRef mobjHistory;
   qint16 mintEventIndex = 0;  // from 1; 0 is no event
+  qint64 mRemoved = 0;        // events that purges had taken when that was its position
   Shown mShown;
 };
 

@@ -72,7 +72,7 @@ class frmMain : public Form, public HistoryWindow, public StatusPanes, public Ma
   bool HighlightEvent(const std::shared_ptr<DiagramFigure>& figure) override;
   void UnhighlightEvent() override { mDiagram.UnhighlightEvent(); }
   /// Turns to the page of an event, counted from 1; false when it was the right one.
-  bool CheckForPageChange(qint16 event) override { return mPages.CheckForPageChange(event); }
+  bool CheckForPageChange(qint16 event) override;
   bool IsDrawn(const std::shared_ptr<DiagramFigure>& figure) const override {
     return mDiagram.IsDrawn(figure);
   }
@@ -251,6 +251,14 @@ class frmMain : public Form, public HistoryWindow, public StatusPanes, public Ma
   void LoadPeers(TreeNode& node);
   void LoadSocket(TreeNode& node);
   void LoadEvent(TreeNode& node);
+  /// Where an event's node says that its event is.
+  struct EventPlace {
+    QString connection;
+    qint32 position;
+  };
+  static EventPlace PlaceOf(const TreeNode& node);
+  /// The event of an event's node, or nullptr when it is gone from its connection.
+  SocketEventRef EventOf(const TreeNode& node) const;
   void ShowEventInDiagram(const SocketPairHistory& history, qint16 position);
   void ExpandSelected();
   void FillBranch(TreeNode& node);

@@ -82,6 +82,8 @@ void frmMain::GoToConnection(const ListItem& row) {
 // The row names its event by the number that it had from the first one on; its node stands at its position of
 // today. A row whose event was purged leads nowhere.
 void frmMain::GoToEvent(const ListItem& row) {
+  // A branch that was folded by hand gets what came meanwhile.
+  tvwSockets.FoldByHand(*mnodSelectedNode, true);
   const QString& connection = mnodSelectedNode->Key();
   const qint64 position = row.Tag().toLongLong() - HistoryOf(connection)->mobjSocketPairEvents.Removed();
   tvwSockets_NodeClick(tvwSockets.Node(connection + u'-' + QString::number(position)));

@@ -50,6 +50,9 @@ void frmMain::RefreshDiagramVisibility() {
     if (!mnodSelectedNode->Parent()) throw Failure(FailureNumber::kObjectNotSet);
     panDiagramOuter.SetVisible(true);
     DisplayConnectionDiagram(HistoryOf(mnodSelectedNode->Parent()->Tag()));
+    // The redraw has taken the mark off.
+    const SocketEventRef event = EventOf(*mnodSelectedNode);
+    if (event && IsDrawn(event->mobjUIObject.lock())) HighlightEvent(event->mobjUIObject.lock());
   } else {
     panDiagramOuter.SetVisible(false);
     mDiagram.Clear();
@@ -66,6 +69,13 @@ void frmMain::DisplayConnectionDiagram(const SocketPairHistoryRef& history) {
 void frmMain::AddConnectionDiagramEvent(const SocketPairHistoryRef& history) {
   mDiagram.AddEvent(*history);
   RefreshNavigation();
+}
+
+// Pages are told of in the event history, too, where none is drawn that would count them.
+bool frmMain::CheckForPageChange(qint16 event) {
+  if (mobjCurrentHistory)
+    mPages.mintPageCount = DiagramPages::PageCount(mobjCurrentHistory->mobjSocketPairEvents.Count());
+  return mPages.CheckForPageChange(event);
 }
 
 bool frmMain::HighlightEvent(const std::shared_ptr<DiagramFigure>& figure) {

@@ -58,10 +58,33 @@ void frmMain::SelectNode(TreeNode& node) {
   tvwSockets.SetSelectedItem(&node);
   const bool wasClosed = PruneOff(node);
   SetSavePossible(HasHistory(node.Image()));
-  mLogging.RefreshAllDetails(node.Image());
+  const bool isGone = node.Image() == kEventImage && !EventOf(node);
+  if (isGone) {
+    lvwDetails.Clear();
+    ConfigureGridForEvent();
+  } else {
+    mLogging.RefreshAllDetails(node.Image());
+  }
   if (mAround.eventDetails) mAround.eventDetails->ClearDetails();
-  if (wasClosed) LoadBranch(node);
+  if (isGone) {
+    HighlightEvent(nullptr);
+  } else if (wasClosed) {
+    LoadBranch(node);
+  }
   ShowSelection();
+}
+
+frmMain::EventPlace frmMain::PlaceOf(const TreeNode& node) {
+  // The last dash: the number of a connection may be negative.
+  const qsizetype dash = node.Key().lastIndexOf(u'-');
+  return {node.Key().left(dash), ToInt32(node.Key().mid(dash + 1))};
+}
+
+// A purge may have taken it, and its node not yet.
+SocketEventRef frmMain::EventOf(const TreeNode& node) const {
+  const EventPlace place = PlaceOf(node);
+  const EventList& events = HistoryOf(place.connection)->mobjSocketPairEvents;
+  return place.position > events.Count() ? nullptr : events.Item(place.position);
 }
 
 void frmMain::ShowSelection() {
@@ -159,10 +182,9 @@ void frmMain::LoadSocket(TreeNode& node) {
 }
 
 void frmMain::LoadEvent(TreeNode& node) {
-  // The last dash: the number of a connection may be negative.
-  const qsizetype dash = node.Key().lastIndexOf(u'-');
-  const qint16 position = ToInt16(node.Key().mid(dash + 1));
-  mobjCurrentHistory = HistoryOf(node.Key().left(dash));
+  const EventPlace place = PlaceOf(node);
+  const qint16 position = ToInt16(QString::number(place.position));
+  mobjCurrentHistory = HistoryOf(place.connection);
   if (mAround.eventDetails && mAround.frmEventDetails && mAround.frmEventDetails->Visible()) {
     mAround.eventDetails->SetDetails(mobjCurrentHistory, position);
   }

@@ -91,6 +91,8 @@ frmRealTimeData::frmRealTimeData(General& general, MainShell& shell)
     LoadRealTimeSettings();
     Hide();
   };
+  SetDefaultButton(cmdOK);
+  SetCancelButton(cmdCancel);
 }
 
 bool frmRealTimeData::IsOn(RealTimeSwitch which) const {

@@ -88,7 +88,8 @@ void TcpSocket::TakeRemoteAddress(int descriptor) {
 
 void TcpSocket::Listen() {
   RequireState(!mConnection && !mListener);
-  if (mLocalPort < 0 || mLocalPort > 65535) throw NumberedFailure(kSocketAddressNotAvailable);
+  // On port 0 the system would choose one, where nobody looks for it.
+  if (mLocalPort < 1 || mLocalPort > 65535) throw NumberedFailure(kSocketAddressNotAvailable);
   auto listener = std::make_shared<Listener>(mReactor, mReactor.OpenSocket(), *this);
   const int descriptor = listener->Descriptor();
   // Lets a port be served again while old connections of it are still being forgotten by the kernel; a port

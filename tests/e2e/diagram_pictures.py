@@ -18,7 +18,9 @@ import veltrane
 from pictures import Window
 from veltrane import Screen, Veltrane, free_port
 
-SIZE = (1024, 860)
+WIDTH = 1024
+HEIGHTS = {"dangled": 1100}  # so that all rows are seen
+USUAL_HEIGHT = 860
 PORT, PEER, CONNECTION = 1, 2, 3  # rows of the tree, once the ones above are open
 
 
@@ -132,20 +134,24 @@ SCENES = {"http": http_request, "dangled": dangled, "rejected": rejected, "refus
 
 
 def take(folder, name, scene, scale):
-    screen = Screen(f"{1100 * scale}x{960 * scale}x24")
+    size = (WIDTH, HEIGHTS.get(name, USUAL_HEIGHT))
+    screen = Screen(f"{(size[0] + 76) * scale}x{(size[1] + 100) * scale}x24")
     port = free_port()
     os.environ.update(DISPLAY=screen.display, QT_SCALE_FACTOR=str(scale))
     try:
         with Veltrane(platform="xcb") as run:
             steps = scene(run, port)
             next(steps)
+            # The diagram has the pane's room, too.
+            run.store.set("RealTime", "ShowRealTimeData", 0)
             run.start(listening=[port])
             next(steps)
             time.sleep(0.5)
             window = Window(screen, scale)
-            screen.tool("windowsize", "--sync", window.id, *(str(length * scale) for length in SIZE))
+            screen.tool("windowsize", "--sync", window.id, *(str(length * scale) for length in size))
             for row in (PORT, PEER, CONNECTION):
-                window.click(120, 99 + 18 * row)
+                window.tree_row(row)
+                time.sleep(0.3)
             time.sleep(0.8)
             window.picture(folder / f"diagram-{name}-{scale * 100}.png")
             next(steps, None)

@@ -1,15 +1,12 @@
 """The connection diagram on a display, while real clients and servers talk: it grows, plays, stands still where it
 shall, scrolls, and its links can be clicked. What it shows is compared as pictures."""
 
-import os
 import socket
-import time
-import unittest
 
 import veltrane
 from diagram_pictures import echo
-from pictures import Window
-from veltrane import Screen, Veltrane, free_port, wait_for
+from pictures import DisplayTest, Window
+from veltrane import Veltrane, free_port, wait_for
 
 # Places in the window, in pixels.
 DIAGRAM = (260, 96, 730, 250)
@@ -18,15 +15,10 @@ FIRST_LINK = (471, 197)
 NOTHING = (300, 110)
 
 
-class Diagram(unittest.TestCase):
+class Diagram(DisplayTest):
     def setUp(self):
-        if not all(veltrane.which(name) for name in ("Xvfb", "xdotool", "openbox", "import")):
-            self.skipTest("Xvfb, xdotool, openbox or ImageMagick is not installed")
-        self.screen = Screen()
-        self.addCleanup(self.screen.close)
-        os.environ["DISPLAY"] = self.screen.display
-        self.run_ = Veltrane(platform="xcb")
-        self.addCleanup(self.run_.__exit__)
+        super().setUp()
+        self.run_ = self.enter(Veltrane(platform="xcb"))
 
     def show(self, animate):
         """The diagram of a connection that stands."""
@@ -40,8 +32,7 @@ class Diagram(unittest.TestCase):
         self.addCleanup(self.client.close)
         self.talk()
         self.window = Window(self.screen)
-        for row in (1, 2, 3):
-            self.window.click(120, 99 + 18 * row)
+        self.window.unfold(1, 2, 3)
         self.wait_until_drawn()
 
     def talk(self):
@@ -59,12 +50,13 @@ class Diagram(unittest.TestCase):
         wait_for(lambda: self.drawn() > 5000, 10, "the diagram to be drawn")
 
     def wait_until_still(self):
-        def still():
-            before = self.picture()
-            time.sleep(0.3)
-            return self.picture() == before
+        wait_for(lambda: self.window.stands(*DIAGRAM), 15, "the diagram to stand still")
 
-        wait_for(still, 10, "the diagram to stand still")
+    def to_the_end(self):
+        before = self.picture()
+        self.window.key("End")
+        wait_for(lambda: self.picture() != before, 10, "the last rows")
+        self.wait_until_still()
 
     def end(self):
         self.client.close()
@@ -79,15 +71,13 @@ class Diagram(unittest.TestCase):
     def test_without_animation_it_stands_still_and_still_follows_the_traffic(self):
         self.show(animate=False)
         self.window.click(*NOTHING)
-        self.window.key("End")
-        self.wait_until_still()
+        self.to_the_end()
         last_rows = self.picture()
         counter = self.picture(COUNTER)
         self.talk()
         wait_for(lambda: self.picture(COUNTER) != counter, 10, "new events to be counted")
         self.assertEqual(self.picture(), last_rows, "the user has scrolled there")
-        self.window.key("End")
-        self.wait_until_still()
+        self.to_the_end()
         self.assertNotEqual(self.picture(), last_rows, "there are new rows below")
         self.end()
 

@@ -4,13 +4,13 @@ import os
 import socket
 import ssl
 import threading
-import time
 import unittest
 
 import conversations
+import history
 import servers
 import veltrane
-from veltrane import free_port, sha
+from veltrane import free_port, sha, wait_for
 
 REPLY = b"HTTP/1.0 200 Connection established\r\nProxy-agent: Netscape -Proxy / 1.1 \r\n\r\n"
 
@@ -101,7 +101,8 @@ class Tunnel(veltrane.ProgramTest):
         self.addCleanup(client.close)
         client.settimeout(20)
         client.sendall(f"CONNECT localhost:{slow.getsockname()[1]} HTTP/1.1\r\n\r\n".encode())
-        time.sleep(0.3)
+        # The hello is a chunk of its own.
+        wait_for(lambda: history.FROM_CLIENT in (r.kind for r in history.parse_so_far(run.log)), 20, "the request")
         client.sendall(outgoing.read())
         client.settimeout(0.2)
         with self.assertRaises(TimeoutError, msg="no reply before the connection stands"):

@@ -9,11 +9,11 @@ import struct
 import subprocess
 import threading
 import time
-import unittest
 import unittest.mock
 
 import veltrane
-from veltrane import Veltrane, free_port, listens, wait_for
+from pictures import DisplayTest, Window
+from veltrane import Veltrane, free_port, holds, listens, retry, wait_for
 
 
 # Places on the screen: the panel, and where the icon's menu stands.
@@ -114,36 +114,22 @@ def is_served(port):
         return False
 
 
-class OnAScreen(unittest.TestCase):
+class OnAScreen(DisplayTest):
     def setUp(self):
-        if not (veltrane.which("Xvfb") and veltrane.which("xdotool") and veltrane.which("openbox")):
-            self.skipTest("Xvfb, xdotool or openbox is not installed")
-        self.screen = veltrane.Screen()
-        self.addCleanup(self.screen.close)
+        super().setUp()
         self.echo = Echo()
         self.addCleanup(self.echo.close)
-        os.environ["DISPLAY"] = self.screen.display
-        self.run_ = Veltrane()
-        self.run_.platform = "xcb"
-        self.addCleanup(self.run_.__exit__)
-
-    def tool(self, *arguments):
-        return subprocess.run(
-            ["xdotool", *arguments], env=self.screen.environment, capture_output=True, text=True, check=True
-        ).stdout
+        self.run_ = self.enter(Veltrane(platform="xcb"))
 
     def visible(self, title):
-        return veltrane.windows(self.screen.display, title)
+        return self.screen.windows(title)
 
     def window(self, title):
         """The window of that title, in front and with the keyboard."""
-        window = wait_for(lambda: self.visible(title), 15, f"a window {title!r}")[0]
-        self.tool("windowactivate", "--sync", window)
-        return window
+        return self.screen.open(title)
 
     def keys(self, *names):
-        for name in names:
-            self.tool("key", name)
+        self.screen.key(*names)
 
     def echo_port(self):
         """A new port number, for which the store knows the echo server as destination but no row."""
@@ -170,10 +156,9 @@ class Ports(OnAScreen):
         self.window("^Configure Veltrane$")
         self.keys("alt+s", *keys)
 
-    def choose_pass_through(self):
+    def choose_pass_through(self, port):
         # Letters that come quickly one after the other are one word to look for.
-        time.sleep(0.6)
-        self.choose("P")
+        retry(lambda: self.choose("P"), lambda: listens(port), f"port {port} to listen")
 
     def rows(self, port):
         return [self.run_.store.get(section, port) for section in ("PortsInUse", "Protocols")]
@@ -191,25 +176,23 @@ class Ports(OnAScreen):
         self.window("^Port Selection$")
         # The dialog is modal, the traffic is not.
         self.assertTrue(echoes(client, b"while the dialog is open"))
-        self.tool("key", "alt+p")
-        self.tool("type", str(port))
-        self.tool("key", "alt+d")
-        self.tool("type", "Mine")
+        self.keys("alt+p")
+        self.screen.tool("type", str(port))
+        self.keys("alt+d")
+        self.screen.tool("type", "Mine")
         self.assertEqual(self.rows(port), [None, None], "nothing before OK")
         self.keys("Return")
         wait_for(lambda: self.rows(port) == ["Mine", "<Don't use>"], 10, "the new port's rows")
         self.assertFalse(is_served(port))
 
-        self.choose_pass_through()
-        wait_for(lambda: listens(port), 10, "the port to listen")
+        self.choose_pass_through(port)
         self.assertTrue(is_served(port))
         self.assertEqual(self.rows(port), ["Mine", "Pass Through"])
 
         self.choose("Home")
         wait_for(lambda: not listens(port), 10, "the port to stop")
         self.assertFalse(is_served(port))
-        self.choose_pass_through()
-        wait_for(lambda: listens(port), 10, "the port to listen again")
+        self.choose_pass_through(port)
         self.assertTrue(is_served(port))
         self.assertTrue(echoes(client, b"after"))
         client.close()
@@ -220,9 +203,8 @@ class Ports(OnAScreen):
         self.assertTrue(is_served(port))
         self.window("^Configure Veltrane$")
         self.keys("alt+p", "End", "alt+d")
-        self.window("^Veltrane$")
         box = wait_for(lambda: self.question(), 10, "the question")
-        self.tool("windowactivate", "--sync", box)
+        self.screen.activate(box)
         self.assertTrue(is_served(port), "asking changes nothing")
         self.keys("alt+y")
         wait_for(lambda: not listens(port), 10, "the port to go")
@@ -241,8 +223,29 @@ class Ports(OnAScreen):
         found = self.visible("^Veltrane$")
         if len(found) < 2:
             return None
-        height = lambda window: int(self.tool("getwindowgeometry", "--shell", window).split("HEIGHT=")[1].split()[0])
-        return min(found, key=height)
+        return min(found, key=lambda window: self.screen.place(window)[3])
+
+    def test_a_port_dialog_that_is_minimised_comes_back_with_what_was_typed(self):
+        other = self.served_port()
+        self.run_.start(listening=[other])
+        for minimised in ("^Port Selection$", "^Configure Veltrane$"):
+            port = self.echo_port()
+            self.window("^Configure Veltrane$")
+            self.keys("alt+a")
+            dialog = self.window("^Port Selection$")
+            self.keys("alt+p")
+            self.tool("type", str(port))
+            window = self.window(minimised)
+            self.tool("windowminimize", "--sync", window)
+            wait_for(lambda: not self.visible(minimised), 10, "the window to go")
+            self.assertTrue(is_served(other))
+            self.tool("windowactivate", "--sync", window)
+            self.tool("windowactivate", "--sync", dialog)
+            self.keys("alt+d")
+            self.tool("type", "Mine")
+            self.keys("Return")
+            wait_for(lambda: self.rows(port)[0] == "Mine", 10, "the new port's row")
+        self.assertEqual(self.run_.stop(), (0, ""))
 
     def test_an_ephemeral_port_that_appears_meanwhile_survives_the_dialog(self):
         port = self.served_port()
@@ -277,8 +280,6 @@ class Tray(OnAScreen):
         super().setUp()
         if not veltrane.which("trayer"):
             self.skipTest("trayer, a notification area, is not installed")
-        if not veltrane.which("import"):
-            self.skipTest("ImageMagick's import is not installed")
         self.panel = None
 
     def open_panel(self):
@@ -314,34 +315,42 @@ class Tray(OnAScreen):
         """What the panel shows now, as a number."""
         return hashlib.sha256(self.pixels(PANEL)).hexdigest()
 
+    def stands(self, seconds):
+        before = self.picture()
+        return holds(lambda: self.picture() == before, seconds)
+
     def shows_icon(self):
         # An empty panel is of one colour, with an edge.
         return self.colours(PANEL) > 20
 
-    def choose_from_menu(self, key):
+    def choose_from_menu(self, key, condition, what):
         """Opens the icon's menu and chooses the entry that the key leads to."""
+
+        def choose():
+            self.wait_for_no_menu()
+            retry(self.open_menu, lambda: self.colours(MENU) > 5, "the menu")
+            self.keys(key, "Return")
+
+        # A window that gets the focus at such a moment closes the menu again.
+        retry(choose, condition, what, seconds=8)
+
+    def wait_for_no_menu(self):
         # Nothing else stands in the corner above the panel.
         wait_for(lambda: self.colours(MENU) == 1, 10, "the last menu to go")
-        # A window that gets the focus at this moment would close the menu again.
-        time.sleep(0.5)
+
+    def open_menu(self):
         self.icon()
-        self.tool("click", "3")
-        wait_for(lambda: self.colours(MENU) > 5, 10, "the menu")
-        self.keys(key, "Return")
+        self.screen.tool("click", "3")
 
     def icon(self):
         """Puts the mouse on the icon."""
-        self.tool("mousemove", *self.icon_place())
+        self.screen.tool("mousemove", *self.icon_place())
 
     def icon_place(self):
-        for window in self.tool("search", "--class", "veltrane").split():
-            shell = self.tool("getwindowgeometry", "--shell", window)
-            values = dict(line.split("=") for line in shell.split() if "=" in line)
-            if 868 <= int(values["Y"]) < 900 and 8 < int(values["WIDTH"]) <= 64:
-                return (
-                    str(int(values["X"]) + int(values["WIDTH"]) // 2),
-                    str(int(values["Y"]) + int(values["HEIGHT"]) // 2),
-                )
+        for window in self.screen.ask("search", "--class", "veltrane").split():
+            left, top, width, height = self.screen.place(window)
+            if 868 <= top < 900 and 8 < width <= 64:
+                return (str(left + width // 2), str(top + height // 2))
         return ("16", "884")
 
     def managed(self):
@@ -350,19 +359,25 @@ class Tray(OnAScreen):
             ["xprop", "-root", "_NET_CLIENT_LIST"], env=self.screen.environment, capture_output=True, text=True, check=True
         )
         ids = [word.strip(",") for word in done.stdout.split() if word.startswith("0x")]
-        return next((one for one in ids if self.tool("getwindowname", one).strip() == "Veltrane"), None)
+        return next((one for one in ids if self.screen.ask("getwindowname", one) == "Veltrane"), None)
 
     def minimize(self):
-        self.tool("windowminimize", "--sync", self.window("^Veltrane$"))
+        self.screen.tool("windowminimize", self.window("^Veltrane$"))
+        wait_for(lambda: not self.visible("^Veltrane$"), 10, "the window to be minimised")
+
+    def give_back(self):
+        """Asks the window manager for a window that is minimised."""
+        self.screen.tool("windowactivate", self.managed())
+        wait_for(lambda: self.visible("^Veltrane$"), 10, "the window")
 
     def test_the_icon_appears_moves_with_traffic_and_rests_again(self):
         port = self.served_port()
         self.open_panel()
         self.run_.start(listening=[port])
         wait_for(self.shows_icon, 15, "the icon")
+        # Without traffic it stands still.
+        wait_for(lambda: self.stands(1), 10, "the icon to stand")
         at_rest = self.picture()
-        time.sleep(1)
-        self.assertEqual(self.picture(), at_rest, "without traffic it stands still")
         seen = set()
         with socket.create_connection(("127.0.0.1", port)) as client:
             client.settimeout(10)
@@ -383,25 +398,24 @@ class Tray(OnAScreen):
         self.minimize()
         wait_for(lambda: not self.managed(), 10, "the window to hide")
         self.icon()
-        self.tool("click", "--repeat", "2", "--delay", "80", "1")
-        wait_for(lambda: self.visible("^Veltrane$"), 10, "the window to come back")
+        # On a busy machine two clicks may be too far apart for one double click.
+        retry(
+            lambda: self.screen.tool("click", "--repeat", "2", "--delay", "80", "1"),
+            lambda: self.visible("^Veltrane$"),
+            "the window to come back",
+        )
         # The menu's first entry is Minimize now, and then Restore.
-        self.choose_from_menu("Down")
-        wait_for(lambda: not self.managed(), 10, "the window to hide again")
-        self.choose_from_menu("Down")
-        wait_for(lambda: self.visible("^Veltrane$"), 10, "the window to come back again")
+        self.choose_from_menu("Down", lambda: not self.managed(), "the window to hide again")
+        self.choose_from_menu("Down", lambda: self.visible("^Veltrane$"), "the window to come back again")
         # And its last one ends the program.
-        self.choose_from_menu("Up")
-        wait_for(self.run_.ended, 15, "the end of the program")
+        self.choose_from_menu("Up", self.run_.ended, "the end of the program")
         self.assertEqual(self.run_.stop(), (0, ""))
 
     def test_without_a_notification_area_the_window_stays_within_reach(self):
         self.run_.start()
         self.minimize()
-        time.sleep(1)
-        self.assertTrue(self.managed(), "minimised, but not hidden")
-        self.tool("windowactivate", "--sync", self.managed())
-        wait_for(lambda: self.visible("^Veltrane$"), 10, "the window")
+        self.assertTrue(holds(self.managed, 1), "minimised, but not hidden")
+        self.give_back()
         # A panel that comes later gets the icon.
         self.open_panel()
         wait_for(self.shows_icon, 15, "the icon")
@@ -432,8 +446,7 @@ class Tray(OnAScreen):
             self.assertLess(longest, 3, "seconds for one answer")
             self.minimize()
             self.assertTrue(is_served(port))
-            time.sleep(3)
-            self.assertTrue(self.managed(), "without an icon to get it back the window does not hide")
+            self.assertTrue(holds(self.managed, 3), "without an icon to get it back the window does not hide")
             self.assertTrue(is_served(port))
             self.assertEqual(self.run_.stop(), (0, ""))
 
@@ -441,18 +454,15 @@ class Tray(OnAScreen):
         self.open_panel()
         self.run_.start()
         wait_for(self.shows_icon, 15, "the icon")
-        self.window("^Veltrane$")
-        self.keys("alt+t", "o")
-        self.window("^Options$")
-        self.tool("windowactivate", "--sync", self.managed())
-        self.keys("alt+F4")
+        window = Window(self.screen)
+        window.open("t", "o", "^Options$")
+        window.key("alt+F4")
         wait_for(lambda: not self.managed(), 10, "the window to hide")
         self.window("^Options$")
         self.keys("alt+f")
         wait_for(self.managed, 10, "the window to come back")
         wait_for(lambda: not self.shows_icon(), 10, "the icon to go")
-        self.tool("windowactivate", "--sync", self.managed())
-        wait_for(lambda: self.visible("^Veltrane$"), 10, "the window")
+        self.give_back()
         self.assertEqual(self.run_.stop(), (0, ""))
 
     def test_the_option_takes_the_icon_away(self):
@@ -462,8 +472,7 @@ class Tray(OnAScreen):
         self.window("^Veltrane$")
         self.assertFalse(self.shows_icon())
         self.minimize()
-        time.sleep(1)
-        self.assertTrue(self.managed())
+        self.assertTrue(holds(self.managed, 1))
         self.assertEqual(self.run_.stop(), (0, ""))
 
 

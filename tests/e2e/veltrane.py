@@ -1,10 +1,12 @@
 """Starts the built program on a private store and takes it down again; helpers for the tests beside it."""
 
+import contextlib
 import hashlib
 import itertools
 import os
 import pathlib
 import random
+import re
 import shutil
 import signal
 import socket
@@ -53,6 +55,27 @@ def wait_for(condition, seconds=15, what="the condition"):
         if time.monotonic() > end:
             raise AssertionError(f"waited {seconds} s in vain for {what}")
         time.sleep(0.02)
+
+
+def retry(action, condition, what="the condition", tries=4, seconds=5):
+    """For what may come too early or take too long to be understood, as a key or a double click: does it, and once
+    more where it has led to nothing for some seconds."""
+    for _ in range(tries - 1):
+        action()
+        with contextlib.suppress(AssertionError):
+            return wait_for(condition, seconds, what)
+    action()
+    return wait_for(condition, seconds, what)
+
+
+def holds(condition, seconds):
+    """Whether the condition is true all along."""
+    end = time.monotonic() + seconds
+    while time.monotonic() < end:
+        if not condition():
+            return False
+        time.sleep(0.02)
+    return True
 
 
 def listens(port):
@@ -180,6 +203,16 @@ class Veltrane:
                 pass
         return count
 
+    def resident(self):
+        """MB of memory that the program has."""
+        text = pathlib.Path(f"/proc/{self.process.pid}/status").read_text()
+        return int(re.search(r"VmRSS:\s+(\d+)", text).group(1)) * 1024 / 1e6
+
+    def processor_seconds(self):
+        """What the program has spent, in the kernel too."""
+        fields = pathlib.Path(f"/proc/{self.process.pid}/stat").read_text().rsplit(")", 1)[1].split()
+        return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
+
     def stop(self, with_signal=signal.SIGTERM, seconds=20):
         """Ends the program as a user's session would; gives exit code and what it printed."""
         if not self.ended():
@@ -249,8 +282,9 @@ class Screen:
 
     def __init__(self, size="1280x900x24"):
         read, write = os.pipe()
+        # Without repetition of keys: on a busy machine one that is only struck may seem to be held.
         self.server = subprocess.Popen(
-            ["Xvfb", "-displayfd", str(write), "-screen", "0", size, "-nolisten", "tcp", "-noreset"],
+            ["Xvfb", "-displayfd", str(write), "-screen", "0", size, "-nolisten", "tcp", "-noreset", "-r"],
             pass_fds=[write],
             stderr=subprocess.DEVNULL,
         )
@@ -274,8 +308,69 @@ class Screen:
             raise
 
     def tool(self, *arguments):
-        """Runs xdotool on this display."""
-        subprocess.run(["xdotool", *arguments], env=self.environment, check=True)
+        """Runs xdotool on this display; gives what it writes."""
+        return subprocess.run(
+            ["xdotool", *arguments], env=self.environment, stdout=subprocess.PIPE, text=True, check=True
+        ).stdout
+
+    def ask(self, *arguments):
+        """The same for what may fail at this moment, which gives nothing."""
+        done = subprocess.run(
+            ["xdotool", *arguments], env=self.environment, capture_output=True, text=True, check=False
+        )
+        return done.stdout.strip()
+
+    def windows(self, title):
+        return windows(self.display, title)
+
+    def activate(self, window):
+        """Brings a window to the front and waits until it has the keyboard."""
+
+        def has_keyboard():
+            return window == self.ask("getactivewindow") == self.ask("getwindowfocus")
+
+        if not has_keyboard():
+            retry(lambda: self.ask("windowactivate", window), has_keyboard, f"window {window} to get the keyboard")
+
+    def open(self, title, seconds=15):
+        """The window of that title, when it has come and has the keyboard."""
+        window = wait_for(lambda: self.windows(title), seconds, f"a window {title}")[0]
+        self.activate(window)
+        return window
+
+    def wait_until_closed(self, title, seconds=15):
+        wait_for(lambda: not self.windows(title), seconds, f"window {title} to close")
+
+    def key(self, *keys):
+        self.tool("key", "--delay", "40", *keys)
+
+    def click(self, window, x, y, button=1, repeat=1):
+        """Places are in pixels, from the window's upper left corner."""
+        self.tool(
+            "mousemove", "--window", window, str(x), str(y), "click", "--repeat", str(repeat), "--delay", "80", str(button)
+        )
+
+    def pop_up(self, action):
+        """The menu that the action opens."""
+
+        before = self.shown()
+        return retry(action, lambda: self.shown() - before, "a menu").pop()
+
+    def shown(self):
+        """The program's visible windows, menus too."""
+        return set(self.ask("search", "--onlyvisible", "--class", "veltrane").split())
+
+    def wait_until_gone(self, window):
+        wait_for(lambda: window not in self.shown(), 15, f"window {window} to go")
+
+    def place(self, window):
+        """Left, top, width and height."""
+        told = self.ask("getwindowgeometry", "--shell", window)
+        values = dict(line.split("=") for line in told.split() if "=" in line)
+        return tuple(int(values.get(name, -1)) for name in ("X", "Y", "WIDTH", "HEIGHT"))
+
+    def picture(self, path):
+        subprocess.run(["import", "-window", "root", str(path)], env=self.environment, check=True)
 
     def close(self):
         for process in (self.manager, self.server):
@@ -302,11 +397,14 @@ class ProgramTest(unittest.TestCase):
         self.assertEqual(done.returncode, expect, (done.stdout[-2000:], done.stderr[-2000:]))
         return done.stdout
 
-    def serve(self, protocol, platform="offscreen", **settings):
-        """A run of the program with one port of the protocol and its settings, which keeps a log; gives both."""
+    def serve(self, protocol, platform="offscreen", schedule=(), **settings):
+        """A run of the program with one port of the protocol and its settings, and failures by the schedule, which
+        keeps a log; gives both."""
         run = Veltrane(platform=platform)
         self.addCleanup(run.__exit__)
         port = free_port()
+        for key, value in dict(schedule).items():
+            run.store.set("FailureSim", key, value)
         run.store.add_port(port, protocol=protocol, description=f"Test of {protocol}")
         for key, value in settings.items():
             run.store.set(f"Protocols\\{protocol}\\Port {port}", key, value)

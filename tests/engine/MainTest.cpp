@@ -267,6 +267,14 @@ TEST_F(MainTest, An_option_of_no_use_is_reported_and_its_default_rules) {
   }
 }
 
+TEST_F(MainTest, What_handlers_may_hold_is_a_quarter_of_the_machines_memory_or_what_the_store_says) {
+  Run();
+  EXPECT_EQ(world.mGeneral.mPayloadLimit.Most(), World::kMachineMemory / 4);
+  world.Save(QStringLiteral("Options"), QStringLiteral("PayloadMemoryPercent"), QStringLiteral("0.5"));
+  Run();
+  EXPECT_EQ(world.mGeneral.mPayloadLimit.Most(), World::kMachineMemory / 200);
+}
+
 TEST_F(MainTest, Only_0_and_only_1_count_for_the_two_options) {
   NotFirstRun();
   SetOption("RunMinimized", "2");

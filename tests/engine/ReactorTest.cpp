@@ -190,7 +190,7 @@ TEST(Reactor, Out_of_descriptors_is_reported_once_and_the_listener_goes_on_when_
     sockets.back()->Accept(id);
   };
   const auto listening = net.mReactor.CreateSocket(server);
-  listening->Listen();
+  ListenOnFreePort(net, *listening);
   // The peers' own descriptors are opened first.
   std::vector<std::unique_ptr<Peer>> peers;
   peers.reserve(12);
@@ -235,7 +235,7 @@ TEST(Reactor, A_listener_that_waits_for_descriptors_tries_again_by_itself) {
     sockets.back()->Accept(id);
   };
   const auto listening = net.mReactor.CreateSocket(server);
-  listening->Listen();
+  ListenOnFreePort(net, *listening);
   const auto peer = net.ConnectTo(listening->LocalPort());
   {
     const FewDescriptors few(0);
@@ -290,7 +290,7 @@ TEST(Reactor, A_peer_that_hung_up_and_is_not_closed_does_not_keep_the_reactor_bu
     socket->Accept(id);
   };
   const auto listening = net.mReactor.CreateSocket(server);
-  listening->Listen();
+  ListenOnFreePort(net, *listening);
   auto peer = net.ConnectTo(listening->LocalPort());
   ASSERT_TRUE(net.Pump([&] { return socket != nullptr; }));
   peer->Close();
@@ -306,7 +306,7 @@ TEST(Reactor, A_failure_that_an_event_lets_out_goes_to_the_hook_and_the_reactor_
   Quiet server;
   server.onRequest = [&](qint32) { throw Failure(FailureNumber::kOverflow); };
   const auto listening = net.mReactor.CreateSocket(server);
-  listening->Listen();
+  ListenOnFreePort(net, *listening);
   const auto one = net.ConnectTo(listening->LocalPort());
   const auto two = net.ConnectTo(listening->LocalPort());
   EXPECT_TRUE(net.Pump([&] { return escaped.size() == 2; }));
@@ -359,7 +359,7 @@ TEST(Reactor, A_turn_ends_after_its_time_so_that_windows_get_theirs) {
     socket->Accept(id);
   };
   const auto listening = net.mReactor.CreateSocket(server);
-  listening->Listen();
+  ListenOnFreePort(net, *listening);
   const auto peer = net.ConnectTo(listening->LocalPort());
   ASSERT_TRUE(net.Pump([&] { return socket != nullptr; }));
   peer->Send(QByteArray(8 * 1024 * 1024, 'x'));
@@ -406,7 +406,7 @@ TEST(ReactorDriver, Qts_loop_serves_sockets_and_timers) {
   int requests = 0;
   server.onRequest = [&](qint32) { ++requests; };
   const auto listening = net.mReactor.CreateSocket(server);
-  listening->Listen();
+  ListenOnFreePort(net, *listening);
   int fired = 0;
   const auto start = net.mClock.Steady();
   Clock::Instant firstFired{};

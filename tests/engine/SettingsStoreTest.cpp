@@ -88,6 +88,34 @@ TEST_F(SettingsStoreTest, Rows_come_in_the_order_in_which_they_were_first_writte
   EXPECT_EQ(store->GetAllSettings(kApp, kSection).last().first, QStringLiteral("25"));
 }
 
+TEST_F(SettingsStoreTest, Rows_are_saved_together_or_not_at_all) {
+  const auto store = Open();
+  const QList<SettingRow> rows{{QStringLiteral("a"), QStringLiteral("1")},
+                               {QStringLiteral("b"), QStringLiteral("2")},
+                               {QStringLiteral("c"), QStringLiteral("3")}};
+  Sql("CREATE TRIGGER full BEFORE INSERT ON settings WHEN NEW.key = 'b' BEGIN SELECT RAISE(ABORT, 'full'); "
+      "END");
+  EXPECT_THROW(store->SaveSettings(kApp, kSection, rows), Failure);
+  EXPECT_TRUE(store->GetAllSettings(kApp, kSection).isEmpty());
+  // The file is free again, for others and for this store.
+  Sql("DROP TRIGGER full");
+  store->SaveSettings(kApp, kSection, rows);
+  EXPECT_EQ(store->GetAllSettings(kApp, kSection), rows);
+  store->SaveSettings(kApp, kSection, {{QStringLiteral("B"), QStringLiteral("4")}});
+  EXPECT_EQ(store->GetSetting(kApp, kSection, QStringLiteral("b"), {}), QStringLiteral("4"));
+  EXPECT_EQ(store->GetAllSettings(kApp, kSection).size(), 3);
+}
+
+TEST_F(SettingsStoreTest, To_save_no_rows_takes_no_lock) {
+  const auto store = Open();
+  sqlite3* other = nullptr;
+  ASSERT_EQ(sqlite3_open(path.toUtf8().constData(), &other), SQLITE_OK);
+  ASSERT_EQ(sqlite3_exec(other, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr), SQLITE_OK);
+  EXPECT_NO_THROW(store->SaveSettings(kApp, kSection, {}));
+  EXPECT_THROW(store->SaveSettings(kApp, kSection, {{kKey, QStringLiteral("1")}}), Failure);
+  sqlite3_close(other);
+}
+
 TEST_F(SettingsStoreTest, An_empty_section_has_no_rows) {
   EXPECT_TRUE(Open()->GetAllSettings(kApp, kSection).isEmpty());
 }

@@ -101,7 +101,7 @@ struct SocketContract : testing::Test {
       mIn = std::make_unique<Watched>(mWorld);
       mIn->socket->Accept(id);
     };
-    mServer->socket->Listen();
+    ListenOnFreePort(mWorld, *mServer->socket);
     mPeer = mWorld.ConnectTo(mServer->socket->LocalPort());
     ASSERT_TRUE(mWorld.Pump([&] { return mIn != nullptr; }));
   }
@@ -142,14 +142,14 @@ TYPED_TEST(SocketContract, Fresh_socket_is_closed_and_has_no_peer) {
 
 TYPED_TEST(SocketContract, Listen_reaches_the_listening_state_at_once) {
   Watched socket(this->mWorld);
-  socket.socket->Listen();
+  ListenOnFreePort(this->mWorld, *socket.socket);
   EXPECT_EQ(socket.socket->State(), SocketState::kListening);
   EXPECT_GT(socket.socket->LocalPort(), 0);
 }
 
 TYPED_TEST(SocketContract, Listen_on_a_port_in_use_fails_with_10048) {
   Watched first(this->mWorld);
-  first.socket->Listen();
+  ListenOnFreePort(this->mWorld, *first.socket);
   Watched second(this->mWorld);
   second.socket->SetLocalPort(first.socket->LocalPort());
   try {
@@ -163,6 +163,22 @@ TYPED_TEST(SocketContract, Listen_on_a_port_in_use_fails_with_10048) {
   first.socket->Close();
   second.socket->Listen();
   EXPECT_EQ(second.socket->State(), SocketState::kListening);
+}
+
+TYPED_TEST(SocketContract, Listen_on_what_is_no_port_fails_with_10049) {
+  Watched socket(this->mWorld);
+  for (const qint32 port : {0, -1, 65536}) {
+    socket.socket->SetLocalPort(port);
+    try {
+      socket.socket->Listen();
+      FAIL() << "listens on port " << port;
+    } catch (const Failure& failure) {
+      EXPECT_EQ(failure.Number(), 10049);
+      EXPECT_EQ(failure.Text(), QStringLiteral("Address not available"));
+    }
+    EXPECT_EQ(socket.socket->State(), SocketState::kClosed);
+    EXPECT_EQ(socket.socket->LocalPort(), port);
+  }
 }
 
 TYPED_TEST(SocketContract, Accepted_socket_is_connected_and_knows_both_ends) {
@@ -183,7 +199,7 @@ TYPED_TEST(SocketContract, All_waiting_requests_are_announced) {
     accepted.push_back(std::make_unique<Watched>(this->mWorld));
     accepted.back()->socket->Accept(id);
   };
-  server.socket->Listen();
+  ListenOnFreePort(this->mWorld, *server.socket);
   std::vector<std::unique_ptr<Peer>> peers;
   peers.reserve(100);
   for (int i = 0; i < 100; ++i)
@@ -195,7 +211,7 @@ TYPED_TEST(SocketContract, A_request_that_nobody_accepts_is_closed_when_its_even
   Watched server(this->mWorld);
   int requests = 0;
   server.onRequest = [&](qint32) { ++requests; };
-  server.socket->Listen();
+  ListenOnFreePort(this->mWorld, *server.socket);
   const auto peer = this->mWorld.ConnectTo(server.socket->LocalPort());
   EXPECT_TRUE(this->mWorld.Pump([&] { return peer->SawEnd(); }));
   EXPECT_EQ(requests, 1);
@@ -213,7 +229,7 @@ TYPED_TEST(SocketContract, A_request_can_be_accepted_only_inside_its_event_and_o
     Watched again(this->mWorld);
     EXPECT_THROW(again.socket->Accept(id), Failure);
   };
-  server.socket->Listen();
+  ListenOnFreePort(this->mWorld, *server.socket);
   const auto peer = this->mWorld.ConnectTo(server.socket->LocalPort());
   ASSERT_TRUE(this->mWorld.Pump([&] { return accepted != nullptr; }));
   // Another one, that nobody accepts in its event.
@@ -234,7 +250,7 @@ TYPED_TEST(SocketContract, A_listener_destroyed_in_its_own_event_leaves_the_acce
     accepted->socket->Accept(id);
     server->socket.reset();
   };
-  server->socket->Listen();
+  ListenOnFreePort(this->mWorld, *server->socket);
   const auto peer = this->mWorld.ConnectTo(server->socket->LocalPort());
   ASSERT_TRUE(this->mWorld.Pump([&] { return accepted != nullptr; }));
   peer->Send("hello");

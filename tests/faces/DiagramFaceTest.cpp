@@ -95,7 +95,7 @@ struct DiagramFaceTest : testing::Test {
     event->mstrEventTime = QStringLiteral("10:00:00.000");
     history->AddEvent(event);
   }
-  static void Frame() { QTest::qWait(4 * FrameUpdate::kFrameMs); }
+  static void Frame() { QTest::qWait(120); }
   DiagramFace& Canvas() const { return *face->findChild<DiagramFace*>(); }
   QScrollBar& Bar() const { return *face->findChild<QScrollBar*>(QStringLiteral("scrConnectionPanelVert")); }
   /// The middle of a cell on the canvas.
@@ -312,6 +312,44 @@ TEST(DiagramPainterTest, A_label_without_room_is_cut_before_its_words_get_too_sm
   };
   ASSERT_LT(inkAt(8), inkAt(9));
   EXPECT_NEAR(FirstInk(Label((word + u' ').repeated(30), {90, 50})).width(), inkAt(9), 1);
+}
+
+TEST_F(DiagramFaceTest, A_server_stands_before_its_cloud_and_its_words_before_the_cloud_of_the_next_row) {
+  WriteStills();
+  Write("Cloud.bmp", Png(Qt::red, {112, 104}));
+  DiagramCells cells;
+  const auto put = [&](DiagramArray array, int row, const QString& file, const QString& text) {
+    const Rect place =
+        IsLabel(array) ? LabelPlace(aniServer, CellPlace(aniServer, row)) : CellPlace(array, row);
+    cells[static_cast<std::size_t>(array)][row] = {.place = place, .file = file, .text = text};
+  };
+  for (const int row : {1, 2})
+    put(pctInternet, row, PathOf("Cloud.bmp"), {});
+  put(aniServer, 1, PathOf("ComputerOn.avi"), {});
+  const auto paint = [&] {
+    QImage image(760, 300, QImage::Format_RGB32);
+    image.fill(Qt::white);
+    QPainter painter(&image);
+    AnimationFiles files([](const Failure&) {});
+    DiagramPainter(painter, files, image.rect()).Paint(cells, 0);
+    return image;
+  };
+  const QRect both =
+      PixelRect(LabelPlace(aniServer, CellPlace(aniServer, 1))) & PixelRect(CellPlace(pctInternet, 2));
+  const auto darkDots = [&](const QImage& image) {
+    int dots = 0;
+    for (int y = both.top(); y <= both.bottom(); ++y) {
+      for (int x = both.left(); x <= both.right(); ++x)
+        dots += image.pixelColor(x, y).red() < 160;
+    }
+    return dots;
+  };
+  EXPECT_EQ(darkDots(paint()), 0) << "nothing but the cloud";
+  put(lblServer, 1, {}, QStringLiteral("server.example\n(10.0.0.2:80)"));
+  const QImage image = paint();
+  EXPECT_EQ(image.pixelColor(PixelRect(CellPlace(aniServer, 1)).center()), QColor(Qt::blue));
+  EXPECT_EQ(image.pixelColor(both.bottomLeft()), QColor(Qt::red));
+  EXPECT_GT(darkDots(image), 20) << "the words";
 }
 
 TEST_F(DiagramFaceTest, Links_can_be_clicked_and_the_pointer_tells_so) {

@@ -197,6 +197,32 @@ TEST_F(FrmConfigureFaceTest, Enter_on_a_row_of_the_port_dialog_takes_the_row_onc
   EXPECT_EQ(answers, 1);
 }
 
+TEST_F(FrmConfigureFaceTest, A_port_dialog_that_was_minimised_still_has_what_was_typed_and_takes_it) {
+  Show();
+  bool open = true;
+  bool confirmed = false;
+  WhenOpen([&](QWidget& dialog) {
+    QTest::keyClicks(&FindIn<QLineEdit>(dialog, "txtPort"), QStringLiteral("3456"));
+    dialog.showMinimized();
+    // Which the desktop tells by this.
+    QHideEvent hide;
+    QSpontaneKeyEvent::setSpontaneous(&hide);
+    qApp->notify(&dialog, &hide);
+    // Not in here: the dialog would stay open until this returns.
+    QTimer::singleShot(30, &dialog, [&dialog] { dialog.showNormal(); });
+    QTimer::singleShot(60, &dialog, [&] {
+      if (!open) return;
+      confirmed = true;
+      EXPECT_EQ(FindIn<QLineEdit>(dialog, "txtPort").text(), QStringLiteral("3456"));
+      Press(dialog, "cmdOK");
+    });
+  });
+  Press("cmdPortAdd");
+  open = false;
+  EXPECT_TRUE(confirmed) << "it is open until the user closes it";
+  EXPECT_EQ(form.lvwPort.Count(), 1);
+}
+
 TEST_F(FrmConfigureFaceTest, Every_control_has_its_widget_and_the_texts_read_as_they_should) {
   Show();
   for (const Control* control : form.Controls())

@@ -93,6 +93,7 @@ TEST_F(FrmEventDetailsFaceTest, Every_control_has_its_widget_and_the_texts_are_r
   for (int i = 0; i < formats.count(); ++i)
     entries.append(formats.itemText(i));
   EXPECT_EQ(entries.join(u' '), u"AscII Hex Octal Decimal Binary");
+  EXPECT_EQ(Data().font().family(), u"Courier New");
 }
 
 TEST_F(FrmEventDetailsFaceTest, The_arrows_walk_on_both_pages) {

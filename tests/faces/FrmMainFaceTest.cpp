@@ -53,7 +53,11 @@ struct FrmMainFaceTest : testing::Test {
     face = desktop.FaceOf(window);
     Frame();
   }
-  static void Frame() { QTest::qWait(3 * FrameUpdate::kFrameMs); }
+  static void Frame() {
+    QTest::qWait(120);
+    // On a busy machine the wait may be over before what has come due in it was served.
+    QCoreApplication::processEvents();
+  }
   template <class Widget>
   Widget& Find(const QString& name) {
     auto* widget = face->findChild<Widget*>(name);
@@ -493,6 +497,7 @@ TEST_F(FrmMainFaceTest, The_animation_plays_and_stands) {
 
 TEST_F(FrmMainFaceTest, Real_time_data_is_shown_in_one_width) {
   auto& text = Find<RichTextView>(QStringLiteral("txtRealTime"));
+  EXPECT_EQ(text.font().family(), QStringLiteral("Courier"));
   EXPECT_TRUE(QFontInfo(text.Cells().Font()).fixedPitch());
   window.txtRealTime.SetSelText(QStringLiteral("<b>x</b>\r\n"));
   Frame();
@@ -572,6 +577,39 @@ TEST_F(FrmMainFaceTest, Tree_and_grid_show_their_models_after_1000_random_change
   }
   ASSERT_NE(grid.SelectedItem(), nullptr);
   EXPECT_EQ(Grid().currentIndex().data(ListModel::kKeyRole).toString(), grid.SelectedItem()->Key());
+}
+
+TEST_F(FrmMainFaceTest, What_the_view_unfolds_by_itself_is_unfolded_in_the_tree_too) {
+  const auto expectSame = [this](const char* when) {
+    Frame();
+    QStringList expected;
+    QStringList shown;
+    Lines(window.tvwSockets.Node(QStringLiteral("ROOT")), 0, expected);
+    Lines(Tree(), TreeIndex({0}), 0, shown);
+    EXPECT_EQ(shown, expected) << when;
+    EXPECT_EQ(Tree().currentIndex().data(TreeModel::kKeyRole).toString(), window.mnodSelectedNode->Key())
+        << when;
+  };
+  AddConnection(QStringLiteral("KEY1"), 3);
+  Click(Tree(), TreeIndex({0, 0}));
+  Click(Tree(), TreeIndex({0, 0, 0}));
+  Click(Tree(), TreeIndex({0, 0, 0, 0}));
+  expectSame("opened");
+  // From the grid into a branch that was folded by hand.
+  Tree().collapse(TreeIndex({0, 0, 0, 0}));
+  EXPECT_FALSE(window.tvwSockets.Node(QStringLiteral("KEY1")).Expanded());
+  Click(Grid(), Grid().model()->index(1, 0));
+  QTest::keyClick(&Grid(), Qt::Key_Return);
+  expectSame("from the grid");
+  EXPECT_EQ(window.mnodSelectedNode->Key(), QStringLiteral("KEY1-2"));
+  EXPECT_TRUE(window.tvwSockets.Node(QStringLiteral("KEY1")).Expanded());
+  // A selection that goes up, under a port that was folded by hand.
+  Tree().collapse(TreeIndex({0, 0}));
+  EXPECT_FALSE(window.tvwSockets.Node(QStringLiteral("PROTO1000")).Expanded());
+  window.tvwSockets.Remove(QStringLiteral("KEY1-2"));
+  expectSame("gone up");
+  EXPECT_EQ(window.mnodSelectedNode->Key(), QStringLiteral("KEY1"));
+  EXPECT_EQ(world.mErrors.mTexts, QStringList());
 }
 
 TEST_F(FrmMainFaceTest, The_selection_survives_updates_that_do_not_concern_it) {

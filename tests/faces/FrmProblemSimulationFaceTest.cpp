@@ -322,6 +322,16 @@ TEST_F(FrmProblemSimulationFaceTest, Close_hides_and_the_frame_saves_and_hides) 
             QStringLiteral("70000"));
 }
 
+TEST_F(FrmProblemSimulationFaceTest, Escape_hides_and_Enter_does_nothing) {
+  auto& field = Field("txtTerminateTime");
+  field.setFocus();
+  QTest::keyClick(&field, Qt::Key_Return);
+  EXPECT_TRUE(face->isVisible());
+  QTest::keyClick(&field, Qt::Key_Escape);
+  EXPECT_FALSE(face->isVisible());
+  EXPECT_TRUE(form.IsLoaded());
+}
+
 TEST_F(FrmProblemSimulationFaceTest, All_texts_are_seen_whole) {
   for (int tab = 0; tab < 3; ++tab) {
     form.tabOptions.SetTab(tab);

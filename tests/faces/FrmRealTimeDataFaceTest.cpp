@@ -194,6 +194,14 @@ TEST_F(FrmRealTimeDataFaceTest, Colours_are_shown_asked_for_and_kept_at_a_cancel
   EXPECT_EQ(form.lblColor[2].BackColor(), 255U);
 }
 
+TEST_F(FrmRealTimeDataFaceTest, What_black_means_is_told_where_it_can_be_chosen) {
+  for (int i = 0; i < 4; ++i) {
+    EXPECT_TRUE(
+        Find<QPushButton>(u"cmdColor_%1"_qs.arg(i)).toolTip().startsWith(u"Black stands for no colour"))
+        << i;
+  }
+}
+
 TEST_F(FrmRealTimeDataFaceTest, The_pane_opens_and_closes_at_the_click) {
   Click(u"chkShowRealTimeData"_qs);
   EXPECT_EQ(world.mJournal.lines, QStringList{u"ResizeForm"_qs});
@@ -216,6 +224,33 @@ TEST_F(FrmRealTimeDataFaceTest, Bytes_per_row_are_corrected_as_they_are_typed) {
   for (int i = 0; i < 40; ++i)
     Press(u"upBytesPerRow_down"_qs);
   EXPECT_EQ(edit.text(), u"4");
+}
+
+TEST_F(FrmRealTimeDataFaceTest, Enter_confirms_except_on_another_button) {
+  ASSERT_NE(face->focusWidget(), nullptr);
+  EXPECT_EQ(face->focusWidget()->objectName(), u"chkShowRealTimeData") << "it opens with its first field";
+  for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter}) {
+    auto& size = Find<QLineEdit>(u"txtRealTimeDataSize"_qs);
+    size.setFocus();
+    size.selectAll();
+    QTest::keyClicks(&size, QString::number(key % 1000));
+    QTest::keyClick(&size, key, key == Qt::Key_Enter ? Qt::KeypadModifier : Qt::NoModifier);
+    EXPECT_FALSE(face->isVisible());
+    EXPECT_EQ(Stored("Options", "RealTimeDataSize"), QString::number(key % 1000));
+    form.Show();
+  }
+  ClickTab(1);
+  widgets.mAnswers = {0x0000ff00U};
+  auto& colour = Find<QPushButton>(u"cmdColor_0"_qs);
+  colour.setFocus();
+  QTest::keyClick(&colour, Qt::Key_Return);
+  EXPECT_EQ(Swatch(0), QColor(0, 255, 0));
+  EXPECT_TRUE(face->isVisible());
+  auto& cancel = Find<QPushButton>(u"cmdCancel"_qs);
+  cancel.setFocus();
+  QTest::keyClick(&cancel, Qt::Key_Return);
+  EXPECT_FALSE(face->isVisible());
+  EXPECT_EQ(form.lblColor[0].BackColor(), 0xff0000U);
 }
 
 TEST_F(FrmRealTimeDataFaceTest, Escape_cancels_and_the_frame_keeps) {

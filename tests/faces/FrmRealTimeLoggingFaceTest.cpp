@@ -212,6 +212,12 @@ TEST_F(FrmRealTimeLoggingFaceTest, Close_hides_and_the_frame_saves_and_hides) {
   EXPECT_TRUE(form.LoggingEnabled()) << "a window out of sight goes on to rule";
 }
 
+TEST_F(FrmRealTimeLoggingFaceTest, Escape_hides) {
+  QTest::keyClick(&Find<QLineEdit>("txtLogFile"), Qt::Key_Escape);
+  EXPECT_FALSE(face->isVisible());
+  EXPECT_TRUE(form.IsLoaded());
+}
+
 TEST_F(FrmRealTimeLoggingFaceTest, The_size_is_told_again_after_the_frame_was_closed) {
   face->close();
   form.Show();

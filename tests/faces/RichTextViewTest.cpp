@@ -4,6 +4,7 @@
 #include <QElapsedTimer>
 #include <QMenu>
 #include <QScrollBar>
+#include <QSet>
 #include <QTest>
 #include <QToolTip>
 
@@ -191,6 +192,57 @@ TEST_F(RichTextViewTest, A_text_that_was_cleared_shows_its_end_again) {
   box.SetText(QString());
   AppendLines(40);
   EXPECT_EQ(Bar().value(), Bar().maximum());
+}
+
+TEST_F(RichTextViewTest, Between_a_clearing_and_the_next_frame_the_former_text_stands_there) {
+  const auto inks = [](const QImage& image) {
+    QSet<QRgb> colours;
+    for (int y = 0; y < image.height(); ++y) {
+      for (int x = 0; x < image.width(); ++x)
+        colours.insert(image.pixel(x, y));
+    }
+    return colours.size();
+  };
+  for (const bool selected : {false, true}) {
+    AppendLines(20);
+    if (selected) Drag(box.TextLength() - 5, box.TextLength() - 3);
+    const QImage former = Shot();
+    ASSERT_GT(inks(former), 1);
+    box.SetText(QString());
+    EXPECT_EQ(Shot(), former) << "cleared";
+    Append(u"something else"_qs);
+    EXPECT_EQ(Shot(), former) << "written";
+    EXPECT_TRUE(QTest::qWaitFor([&] { return Shot() != former; }));
+    EXPECT_GT(Ink(0), 3) << "the new text";
+    box.SetText(QString());
+    EXPECT_TRUE(QTest::qWaitFor([&] { return inks(Shot()) == 1; })) << "nothing, where nothing came";
+  }
+  // As the event window does it.
+  box.SetText(u"first"_qs);
+  EXPECT_TRUE(QTest::qWaitFor([&] { return inks(Shot()) > 1; }));
+  const QImage first = Shot();
+  box.SetText(u"second"_qs);
+  EXPECT_EQ(Shot(), first);
+  EXPECT_TRUE(QTest::qWaitFor([&] { return Shot() != first; }));
+}
+
+TEST_F(RichTextViewTest, A_clearing_is_no_reason_to_draw_before_the_next_frame) {
+  struct PaintCounter : QObject {
+    bool eventFilter(QObject*, QEvent* event) override {
+      count += event->type() == QEvent::Paint;
+      return false;
+    }
+    int count = 0;
+  } paints;
+  AppendLines(20);
+  view.viewport()->installEventFilter(&paints);
+  for (int i = 0; i < 5; ++i) {
+    box.SetText(QString());
+    Append(u"text"_qs);
+    QCoreApplication::sendPostedEvents(&view, QEvent::UpdateRequest);
+  }
+  EXPECT_EQ(paints.count, 0);
+  EXPECT_TRUE(QTest::qWaitFor([&] { return paints.count > 0; }));
 }
 
 TEST_F(RichTextViewTest, A_text_whose_caret_is_at_its_start_is_shown_from_there) {

@@ -77,6 +77,40 @@ TEST_F(WidgetDesktopTest, A_modal_form_waits_until_it_is_hidden_and_serves_event
   EXPECT_FALSE(error.Visible());
 }
 
+TEST_F(WidgetDesktopTest, A_modal_form_stays_open_while_it_or_its_owner_is_minimised) {
+  error.SetGeneral(world.mGeneral);
+  frmError owner(desktop);
+  owner.Show();
+  bool returned = false;
+  QStringList steps;
+  const auto step = [&](int ms, const char* name, std::function<void(FormFace&)> act) {
+    QTimer::singleShot(ms, &error, [&steps, &returned, this, name, act = std::move(act)] {
+      if (returned) return;
+      steps.append(QLatin1String(name));
+      act(*desktop.FaceOf(error));
+    });
+  };
+  step(10, "minimise", [](FormFace& face) { face.showMinimized(); });
+  step(30, "restore", [](FormFace& face) { face.showNormal(); });
+  step(50, "minimise the owner", [&](FormFace&) { desktop.FaceOf(owner)->showMinimized(); });
+  step(70, "restore the owner", [&](FormFace&) { desktop.FaceOf(owner)->showNormal(); });
+  // What a desktop tells of a window that it has taken off the screen.
+  step(90, "taken away", [](FormFace& face) {
+    QHideEvent hide;
+    QSpontaneKeyEvent::setSpontaneous(&hide);
+    qApp->notify(&face, &hide);
+  });
+  step(110, "close", [](FormFace& face) {
+    EXPECT_TRUE(face.isVisible());
+    EXPECT_EQ(QApplication::activeModalWidget(), &face);
+    face.close();
+  });
+  error.ShowModal(&owner);
+  returned = true;
+  EXPECT_EQ(steps.join(u','), u"minimise,restore,minimise the owner,restore the owner,taken away,close");
+  EXPECT_FALSE(error.Visible());
+}
+
 TEST_F(WidgetDesktopTest, The_face_goes_with_its_form) {
   auto form = std::make_unique<frmError>(desktop);
   form->Show();

@@ -292,7 +292,7 @@ TEST_F(FrmProblemSimulationTest, A_save_that_fails_is_reported_once_and_does_not
   EXPECT_EQ(world.mErrors.mTexts, QStringList{QStringLiteral(
                                       "An error occurred while attempting to save the failure settings.  The "
                                       "operating system reports: 1001, store is full")});
-  EXPECT_EQ(Stored().size(), 10);
+  EXPECT_TRUE(Stored().isEmpty()) << "no schedule by half";
   EXPECT_EQ(form.txtTerminateTime.Text(), QStringLiteral("7"));
   // The next save has another try at all of them.
   world.mStore.mWritesBeforeFailure = -1;
@@ -306,7 +306,7 @@ TEST_F(FrmProblemSimulationTest, A_failing_save_at_the_end_goes_to_who_caused_it
   world.mStore.mWritesBeforeFailure = 10;
   world.mGeneral.gblnClosing = true;
   EXPECT_THROW(form.Unload(), Failure);
-  EXPECT_EQ(Stored(), Defaults().mid(0, 10));
+  EXPECT_TRUE(Stored().isEmpty());
 }
 
 TEST_F(FrmProblemSimulationTest, It_is_titled_and_comes_up_with_its_first_tab) {

@@ -324,6 +324,28 @@ TEST_P(DirectionTrafficTest, Throttling_switched_on_and_off_takes_effect_at_the_
   EXPECT_FALSE(world.mTimers.NextDeadline());
 }
 
+TEST_P(DirectionTrafficTest, A_throttle_of_nothing_at_no_interval_goes_on_when_it_lets_something_through) {
+  for (const char* period : {"0", "-5"}) {
+    ThrottleBy("0", period);
+    if (pair->ClientState() != SocketState::kConnected) Connect();
+    To().mSent.clear();
+    From().Arrive("abcdef");
+    Advance(1000);
+    EXPECT_EQ(To().mSent, "") << period;
+    Field("Bytes").SetText(QStringLiteral("3"));
+    Field("Period").SetText(QStringLiteral("100"));
+    Advance(99);
+    EXPECT_EQ(To().mSent, "") << period;
+    Advance(1);
+    EXPECT_EQ(To().mSent, "abc") << period;
+    To().Sent();
+    Advance(100);
+    EXPECT_EQ(To().mSent, "abcdef") << period;
+    To().Sent();
+    Advance(100);
+  }
+}
+
 TEST_P(DirectionTrafficTest, The_other_direction_is_not_throttled) {
   ThrottleBy("3", "100");
   Connect();

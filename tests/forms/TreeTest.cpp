@@ -100,6 +100,31 @@ TEST_F(TreeTest, A_selection_below_a_removed_node_goes_to_its_parent) {
   EXPECT_EQ(told.size(), 1) << "there is no other node";
 }
 
+TEST_F(TreeTest, A_moved_node_is_the_same_with_all_below_it_and_stays_selected) {
+  Fill();
+  Add("A1", "A11");
+  TreeNode& moved = tree.Node(QStringLiteral("A1"));
+  moved.SetExpanded(true);
+  moved.SetTag(QStringLiteral("tag"));
+  int lost = 0;
+  tree.OnSelectionLost = [&lost](TreeNode&) { ++lost; };
+  tree.SetSelectedItem(tree.Find(QStringLiteral("A11")));
+  tree.Move(moved, tree.Node(QStringLiteral("B")));
+  EXPECT_EQ(&tree.Node(QStringLiteral("A1")), &moved);
+  EXPECT_EQ(moved.Parent(), tree.Find(QStringLiteral("B")));
+  EXPECT_EQ(moved.ChildCount(), 1);
+  EXPECT_TRUE(moved.Expanded());
+  EXPECT_EQ(moved.Tag(), QStringLiteral("tag"));
+  EXPECT_EQ(tree.SelectedItem(), tree.Find(QStringLiteral("A11")));
+  EXPECT_EQ(lost, 0);
+  EXPECT_EQ(tree.Node(QStringLiteral("A")).ChildCount(), 1);
+  EXPECT_EQ(Keys().join(u' '), QStringLiteral("ROOT A B B1 A2 A1 A11")) << "as if added last";
+  EXPECT_EQ(TreeView::Keep(moved).get(), &moved);
+  EXPECT_EQ(tree.FindSerial(moved.Serial()), &moved);
+  tree.Remove(QStringLiteral("B"));
+  EXPECT_EQ(Keys().join(u' '), QStringLiteral("ROOT A A2"));
+}
+
 TEST_F(TreeTest, Unfolding_by_hand_is_told_and_by_code_is_not) {
   Fill();
   TreeNode& node = tree.Node(QStringLiteral("A"));
@@ -237,7 +262,15 @@ TEST_F(TreeTest, The_model_follows_random_changes) {
       return node;
     };
     TreeNode* node = pick();
-    switch (random() % 8) {
+    const auto isBelow = [](const TreeNode* at, const TreeNode* above) {
+      while (at && at != above)
+        at = at->Parent();
+      return at != nullptr;
+    };
+    switch (random() % 9) {
+      case 8:
+        if (TreeNode* parent = pick(); parent && !isBelow(parent, node)) tree.Move(*node, *parent);
+        break;
       case 0:
         if (node && tree.Count() > 5) tree.Remove(*node);
         break;

@@ -85,6 +85,29 @@ TEST_F(RecordingViewsTest, A_connection_moves_from_an_open_branch_to_another_ope
   EXPECT_TRUE(world.mErrors.mTexts.isEmpty());
 }
 
+TEST_F(RecordingViewsTest, A_selected_connection_stays_selected_with_its_events_where_it_moves_to) {
+  OpenPort();
+  Connected(QStringLiteral("KEY2"));
+  Node(kStanding).SetExpanded(true);
+  SocketPair& pair = Accepted();
+  Node(kAwaiting).SetExpanded(true);
+  logging.LoadAllConnections(QStringLiteral("10.0.0.1"), QString(), 1000);
+  Node(kKey).SetExpanded(true);
+  logging.LoadAllEvents(kKey);
+  Tree().SetSelectedItem(&Node(kKey));
+  int lost = 0;
+  Tree().OnSelectionLost = [&lost](TreeNode&) { ++lost; };
+  client->mRemoteHostIP = client->mRemoteHost = QStringLiteral("10.0.0.9");
+  logging.ConnectionAttemptSuccessful(pair, false, QString());
+  EXPECT_EQ(Node(kKey).Parent(), &Node(kStanding));
+  EXPECT_EQ(Tree().SelectedItem(), &Node(kKey));
+  EXPECT_EQ(lost, 0);
+  EXPECT_TRUE(Node(kKey).Expanded());
+  EXPECT_EQ(Node(kKey).ChildCount(), logging.mobjSocketPairHistory.Item(kKey)->mobjSocketPairEvents.Count());
+  EXPECT_FALSE(Tree().Contains(kAwaiting));
+  EXPECT_TRUE(world.mErrors.mTexts.isEmpty());
+}
+
 TEST_F(RecordingViewsTest, Of_two_that_wait_each_gets_the_branch_of_its_own_server) {
   OpenPort();
   SocketPair& other = Accepted(QStringLiteral("KEY2"));

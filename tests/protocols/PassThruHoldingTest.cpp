@@ -112,6 +112,27 @@ TEST_P(HoldingTest, During_a_dangle_data_is_held_and_afterwards_sent_whole_and_i
   EXPECT_EQ(Take().mid(1), Named({"sck{out}.SendData abcdef", "{out}BytesSendStart(abcdef, False, False)"}));
 }
 
+// The store may hold an end of which none is chosen.
+TEST_P(HoldingTest, After_a_dangle_whose_end_is_not_chosen_what_was_held_goes_with_the_next_data_in_order) {
+  Dangle(-1);
+  Connect();
+  world.mTimers.Advance(milliseconds(500));
+  From().Arrive("abc");
+  world.mTimers.Advance(milliseconds(1000));
+  Take();
+  world.mTimers.Advance(milliseconds(60000));
+  EXPECT_EQ(To().mSent, "") << "nothing says that it is to be sent";
+  From().Arrive("def");
+  EXPECT_EQ(Take(), Named({"{in}BytesReceived(def, True)", "{out}BytesBuffered(def, False, False)",
+                           "sck{out}.SendData abcdef", "{out}BytesSendStart(abcdef, False, False)"}));
+  From().Arrive("ghi");
+  To().Sent();
+  EXPECT_EQ(To().mSent, "abcdefghi");
+  To().Sent();
+  From().Arrive("!");
+  EXPECT_EQ(To().mSent, "abcdefghi!") << "the direction is idle again";
+}
+
 TEST_P(HoldingTest, A_dangle_that_discards_empties_the_buffer) {
   Dangle(2);
   Connect();

@@ -299,6 +299,18 @@ TEST_F(FrmSaveHistoryTest, View_opens_the_file) {
   EXPECT_EQ(Journal(), QStringList{QStringLiteral("open ") + Path(QStringLiteral("there"))});
 }
 
+TEST_F(FrmSaveHistoryTest, View_of_a_file_that_no_program_opens_is_reported_and_the_dialog_stays) {
+  world.mDesktop.mFailOpen = true;
+  form.Show();
+  PutFile(Path(QStringLiteral("there")), "x");
+  form.txtFile.SetText(Path(QStringLiteral("there")));
+  form.cmdView.Click();
+  EXPECT_EQ(Errors(),
+            QStringList{QStringLiteral("An error occurred while attempting to open the saved file.  "
+                                       "The operating system reports: 53, File not found")});
+  EXPECT_TRUE(form.Visible());
+}
+
 TEST_F(FrmSaveHistoryTest, Options_does_nothing) {
   form.Show();
   Journal();

@@ -92,6 +92,35 @@ TEST_F(OutputFileTest, A_copy_tells_why_its_source_cannot_be_opened_and_leaves_t
             QStringLiteral("76, Path not found"));
 }
 
+TEST_F(OutputFileTest, A_copy_of_a_file_to_itself_through_a_link_leaves_it) {
+  const QString from = Path(QStringLiteral("from"));
+  PutFile(from, "picture");
+  const QByteArray source = QFile::encodeName(from);
+  ASSERT_EQ(::symlink(source.constData(), QFile::encodeName(Path(QStringLiteral("soft"))).constData()), 0);
+  ASSERT_EQ(::link(source.constData(), QFile::encodeName(Path(QStringLiteral("hard"))).constData()), 0);
+  for (const char* name : {"soft", "hard", "from"}) {
+    EXPECT_EQ(CopyFailure(from, Path(QLatin1String(name))), QString()) << name;
+    EXPECT_EQ(ReadFile(from), "picture") << name;
+  }
+  // A link to another file is replaced as a file is: what it leads to gets the bytes.
+  PutFile(Path(QStringLiteral("other")), "old");
+  ASSERT_EQ(::symlink("other", QFile::encodeName(Path(QStringLiteral("link"))).constData()), 0);
+  EXPECT_EQ(CopyFailure(from, Path(QStringLiteral("link"))), QString());
+  EXPECT_EQ(ReadFile(Path(QStringLiteral("other"))), "picture");
+}
+
+TEST_F(OutputFileTest, A_report_beside_a_linked_folder_of_pictures_leaves_the_pictures) {
+  QDir(world.mProgramFolder.path()).mkdir(QStringLiteral("Images"));
+  const QString images = world.mProgramFolder.filePath(QStringLiteral("Images"));
+  PutFile(images + QStringLiteral("/One.gif"), "picture");
+  ASSERT_EQ(::symlink(QFile::encodeName(images).constData(),
+                      QFile::encodeName(Path(QStringLiteral("Images"))).constData()),
+            0);
+  EXPECT_TRUE(SaveHTMLFile(world.mOwn, form, Path(QStringLiteral("Report.htm")), *history));
+  EXPECT_EQ(Errors(), QStringList());
+  EXPECT_EQ(ReadFile(images + QStringLiteral("/One.gif")), "picture");
+}
+
 // The first page of a process's memory opens like a file and cannot be read.
 TEST_F(OutputFileTest, A_picture_that_cannot_be_read_is_reported) {
   QDir(world.mProgramFolder.path()).mkdir(QStringLiteral("Images"));

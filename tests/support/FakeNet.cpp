@@ -27,10 +27,10 @@ class FakeSocket : public Socket {
   SocketState State() const override { return mState; }
 
   void Listen() override {
-    if (mLocalPort != 0 && (mNet.ListenerOn(mLocalPort) || mNet.PeerListenerOn(mLocalPort))) {
+    if (mLocalPort < 1 || mLocalPort > 65535) throw NumberedFailure(kSocketAddressNotAvailable);
+    if (mNet.ListenerOn(mLocalPort) || mNet.PeerListenerOn(mLocalPort)) {
       throw NumberedFailure(kSocketAddressInUse);
     }
-    if (mLocalPort == 0) mLocalPort = mNet.mNextPort++;
     mState = SocketState::kListening;
   }
   void Accept(qint32 requestId) override {

@@ -35,7 +35,7 @@ class FakeNet : public NetWorld, public SocketFactory {
   SocketFactory& Sockets() override { return *this; }
   std::unique_ptr<PeerListener> Listen() override;
   std::unique_ptr<Peer> ConnectTo(qint32 port) override;
-  qint32 DeadPort() override { return 9; }
+  qint32 DeadPort() override { return mNextPort++; }
   QString SilentAddress() override { return QStringLiteral("192.0.2.1"); }
   QString UnknownHost() override { return QStringLiteral("no-such-host.invalid"); }
   bool Pump(const std::function<bool()>& done) override;

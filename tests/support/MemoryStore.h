@@ -33,6 +33,17 @@ class MemoryStore : public SettingsStore {
       mRows[at].value = value;
     }
   }
+  void SaveSettings(const QString& application, const QString& section,
+                    const QList<SettingRow>& rows) override {
+    const QList<Row> before = mRows;
+    try {
+      for (const auto& [key, value] : rows)
+        SaveSetting(application, section, key, value);
+    } catch (...) {
+      mRows = before;
+      throw;
+    }
+  }
   QList<SettingRow> GetAllSettings(const QString& application, const QString& section) override {
     MaybeFail(mFailReads);
     QList<SettingRow> rows;

@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 
+#include "base/Failure.h"
 #include "engine/Socket.h"
 
 namespace veltrane {
@@ -63,5 +64,18 @@ class NetWorld {
   /// Serves what is there.
   virtual void Settle() = 0;
 };
+
+/// Lets the socket listen on some port that is free.
+inline void ListenOnFreePort(NetWorld& net, Socket& socket) {
+  while (socket.State() != SocketState::kListening) {
+    socket.SetLocalPort(net.DeadPort());
+    try {
+      socket.Listen();
+    } catch (const Failure& failure) {
+      // Another program may have taken the port meanwhile.
+      if (failure.Number() != kSocketAddressInUse) throw;
+    }
+  }
+}
 
 }  // namespace veltrane

@@ -29,12 +29,14 @@ class ErrorLog : public ErrorSink {
 };
 
 struct World {
+  static constexpr qint64 kMachineMemory = 16'000'000'000;
+
   World() : World(nullptr) {}
   /// With another network than the stubs, other chance than the script's, and other protocols.
   explicit World(SocketFactory* network, RandomGenerator* random = nullptr,
                  ProtocolTable protocols = AllProtocols())
       : mGeneral({mStore, network ? *network : mSockets, mTimers, mClock, random ? *random : mRandom,
-                  mDesktop, mErrors, QStringLiteral("/opt/veltrane"), mWriteFolder.path()},
+                  mDesktop, mErrors, QStringLiteral("/opt/veltrane"), mWriteFolder.path(), kMachineMemory},
                  std::move(protocols)) {
     mGeneral.gobjLogging = &mRecorder;
     mGeneral.frmMain = &mMain;

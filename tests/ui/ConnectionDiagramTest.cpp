@@ -281,6 +281,29 @@ TEST_F(ConnectionDiagramTest, New_events_appear_at_the_end_and_nothing_is_redraw
                                    "right C2SData.avi, server ComputerOn.avi"));
 }
 
+TEST_F(ConnectionDiagramTest, A_new_event_goes_on_in_the_row_that_a_redraw_left_open) {
+  SocketPairHistory& history = AddKinds(QStringLiteral("KEY1"), {{0}, {16, true}});
+  Open(QStringLiteral("KEY1"));
+  Live(history, {17});
+  EXPECT_EQ(RowCount(), 2);
+  EXPECT_EQ(Row(2), QStringLiteral("client ComputerOn.avi, left C2SData.avi, proxy ComputerOn.avi, "
+                                   "right C2SData.avi, server ComputerOn.avi"));
+}
+
+TEST_F(ConnectionDiagramTest, A_history_without_events_has_one_page_with_nothing_on_it) {
+  const struct {
+    int events;
+    int pages;
+  } rows[] = {{0, 1}, {1, 1}, {20, 1}, {21, 2}, {40, 2}, {41, 3}};
+  for (const auto& row : rows)
+    EXPECT_EQ(DiagramPages::PageCount(row.events), row.pages) << row.events;
+  AddConnection(QStringLiteral("KEY1"), 0);
+  window.DisplayConnectionDiagram(logging.mobjSocketPairHistory.Item(QStringLiteral("KEY1")));
+  EXPECT_EQ(Pages().mintPageCount, 1);
+  EXPECT_EQ(RowCount(), 0);
+  EXPECT_FALSE(NextIsLit());
+}
+
 TEST_F(ConnectionDiagramTest, A_page_begins_with_the_whole_picture_of_an_event_that_follows_on) {
   SocketPairHistory& history = AddConnection(QStringLiteral("KEY1"), 19);
   AddKind(history, {16, true});
@@ -300,6 +323,36 @@ TEST_F(ConnectionDiagramTest, Where_a_purge_has_moved_the_positions_the_page_beg
   }
   EXPECT_EQ(Figure(history, 5)->tag, 5);
   EXPECT_EQ(Figure(history, 1)->tag, 1);
+}
+
+TEST_F(ConnectionDiagramTest, A_page_that_begins_anew_keeps_its_mark_and_its_place_on_the_screen) {
+  SocketPairHistory& history = AddConnection(QStringLiteral("KEY1"), 20);
+  Open(QStringLiteral("KEY1"));
+  window.HighlightEvent(Figure(history, 15));
+  const auto markOnScreen = [this] {
+    return window.fraConnectionPanel.Place().top + window.shpHighlight.Place().top;
+  };
+  const int before = markOnScreen();
+  const int top = window.fraConnectionPanel.Place().top;
+  ASSERT_LT(top, 0);
+  for (int i = 0; i < 3; ++i)
+    history.mobjSocketPairEvents.RemoveFirst();
+  Live(history, {16});
+  EXPECT_EQ(RowCount(), 18);
+  EXPECT_TRUE(window.shpHighlight.Visible());
+  EXPECT_EQ(window.shpHighlight.Place(), HighlightPlace(Figure(history, 12)->place));
+  EXPECT_EQ(Counter(), QStringLiteral("Event 12 of 18  "));
+  EXPECT_EQ(markOnScreen(), before);
+  EXPECT_EQ(window.fraConnectionPanel.Place().top, top + 3 * 1600);
+  // Its event goes, the place stays.
+  window.HighlightEvent(Figure(history, 1));
+  window.scrConnectionPanelVert.SetValue(100);
+  history.mobjSocketPairEvents.RemoveFirst();
+  Live(history, {16});
+  EXPECT_FALSE(window.shpHighlight.Visible());
+  EXPECT_EQ(window.fraConnectionPanel.Place().top, -1000);
+  EXPECT_EQ(window.scrConnectionPanelVert.Value(), 100);
+  EXPECT_EQ(TakeReports(), QStringList());
 }
 
 TEST_F(ConnectionDiagramTest, The_animation_option_decides_whether_cells_play_and_files_are_opened_anyway) {
@@ -371,6 +424,60 @@ TEST_F(ConnectionDiagramTest, An_event_without_its_figure_is_drawn_anew_and_one_
   EXPECT_EQ(TakeReports(), QStringList{kPurged});
 }
 
+TEST_F(ConnectionDiagramTest, The_node_of_an_event_that_is_gone_says_so_in_either_view) {
+  for (const bool diagram : {true, false}) {
+    world.mGeneral.gblnConnectionDiagramSelected = diagram;
+    const QString key = diagram ? QStringLiteral("KEY1") : QStringLiteral("KEY2");
+    SocketPairHistory& history = AddConnection(key, 5);
+    Open(key);
+    history.mobjSocketPairEvents.RemoveFirst();
+    history.mobjSocketPairEvents.RemoveFirst();
+    window.UnhighlightEvent();
+    Click(key + QStringLiteral("-5"));
+    EXPECT_EQ(TakeReports(), QStringList{kPurged});
+    EXPECT_EQ(window.mnodSelectedNode->Key(), key + QStringLiteral("-5"));
+    EXPECT_EQ(window.lvwDetails.Count(), 0);
+    EXPECT_FALSE(window.shpHighlight.Visible());
+    Click(key + QStringLiteral("-3"));
+    EXPECT_EQ(TakeReports(), QStringList());
+    EXPECT_GT(window.lvwDetails.Count(), 0);
+  }
+}
+
+TEST_F(ConnectionDiagramTest, An_event_that_is_selected_as_the_diagram_comes_into_view_is_marked) {
+  SocketPairHistory& history = AddConnection(QStringLiteral("KEY1"), 25);
+  Open(QStringLiteral("KEY1"));
+  const auto expectMarked = [&](qsizetype position) {
+    EXPECT_TRUE(window.panDiagramOuter.Visible());
+    EXPECT_TRUE(window.shpHighlight.Visible());
+    ASSERT_TRUE(Figure(history, position));
+    EXPECT_EQ(window.shpHighlight.Place(), HighlightPlace(Figure(history, position)->place));
+    EXPECT_EQ(Counter(), QStringLiteral("Event %1 of 25  ").arg(position));
+  };
+  Click(PeerKey(history));
+  ASSERT_FALSE(window.panDiagramOuter.Visible());
+  window.tvwSockets.FoldByHand(Node(PeerKey(history)), true);
+  window.tvwSockets.FoldByHand(Node(QStringLiteral("KEY1")), true);
+  Click(QStringLiteral("KEY1-2"));
+  expectMarked(2);
+  window.mnuEventHistory.Click();
+  Click(QStringLiteral("KEY1-23"));
+  window.mnuConnectionDiagram.Click();
+  expectMarked(23);
+  EXPECT_EQ(TakeReports(), QStringList());
+}
+
+TEST_F(ConnectionDiagramTest, In_the_event_history_pages_are_counted_for_the_selected_event) {
+  AddConnection(QStringLiteral("KEY1"), 3);
+  AddConnection(QStringLiteral("KEY2"), 50);
+  Open(QStringLiteral("KEY1"));
+  EXPECT_EQ(Page(), QStringLiteral("Page 1 of 1  "));
+  window.mnuEventHistory.Click();
+  Open(QStringLiteral("KEY2"));
+  Click(QStringLiteral("KEY2-45"));
+  EXPECT_EQ(Page(), QStringLiteral("Page 3 of 3  "));
+}
+
 TEST_F(ConnectionDiagramTest, An_event_that_came_while_an_event_was_selected_is_drawn_and_marked) {
   SocketPairHistory& history = AddConnection(QStringLiteral("KEY1"), 3);
   Open(QStringLiteral("KEY1"));
@@ -407,11 +514,11 @@ TEST_F(ConnectionDiagramTest, An_arrow_steps_to_an_event_that_a_purge_moved_onto
   withEvents.eventDetails = &events;
   window.SetSurroundings(withEvents);
   Open(QStringLiteral("KEY1"));
-  ClickLink(Figure(history, 18));
+  ClickLink(Figure(history, 20));
   events.FaceActivated();
   history.mobjSocketPairEvents.RemoveFirst();
   history.mobjSocketPairEvents.RemoveFirst();
-  ASSERT_FALSE(Figure(history, 19)) << "it was on the next page";
+  ASSERT_FALSE(Figure(history, 19)) << "it was the 21st, on the next page";
   events.cmdRight[0].Click();
   EXPECT_EQ(TakeReports(), QStringList());
   EXPECT_TRUE(window.shpHighlight.Visible());
@@ -564,13 +671,25 @@ TEST_F(ConnectionDiagramTest, The_bars_move_the_surface_and_a_larger_window_brin
   EXPECT_FALSE(window.scrConnectionPanelVert.Enabled());
 }
 
-TEST_F(ConnectionDiagramTest, The_last_row_never_ends_below_the_surface) {
-  SocketPairHistory& history = AddConnection(QStringLiteral("KEY1"), 0);
-  AddKind(history, {16});
-  Open(QStringLiteral("KEY1"));
-  for (int events = 1; events <= 20; ++events) {
-    EXPECT_LE(Cells(lblClient2VLT).at(events).place.Bottom(), window.fraConnectionPanel.Place().height);
-    Live(history, {16});
+TEST_F(ConnectionDiagramTest, The_last_row_never_ends_below_the_surface_nor_under_its_scroll_bar) {
+  constexpr int kWords = 1580;  // from the top of a link to the end of the words below it
+  constexpr int kBar = 285;
+  // In each of these heights another part of the fourth row would have been cut off.
+  for (int height = 8000; height < 12000; height += 100) {
+    const QString key = QStringLiteral("KEY%1").arg(height);
+    SocketPairHistory& history = AddConnection(key, 1);
+    Open(key);
+    window.FaceResized({}, 9000, height);
+    ASSERT_TRUE(window.scrConnectionPanelHoriz.Enabled());
+    for (int row = 1; row <= 8; ++row) {
+      window.scrConnectionPanelVert.SetValue(window.scrConnectionPanelVert.Max());
+      EXPECT_LE(window.fraConnectionPanel.Place().top + CellPlace(aniClient2VLT, row).top + kWords,
+                window.panDiagramOuter.Place().height - kBar)
+          << height << ' ' << row;
+      Live(history, {16});
+    }
+    logging.mobjSocketPairHistory.Remove(key);
+    Click(QStringLiteral("ROOT"));
   }
 }
 
@@ -582,6 +701,12 @@ TEST_F(ConnectionDiagramTest, A_redraw_shows_its_progress_while_the_surface_is_h
     values.append(window.pgrRefresh.Value());
     EXPECT_FALSE(window.fraConnectionPanel.Visible());
     EXPECT_EQ(window.panDiagram.BackColor(), kButtonFace);
+    EXPECT_EQ(window.panDiagramOuter.BackColor(), kButtonFace);
+    EXPECT_EQ(window.pgrRefresh.Max(), 100);
+    const Rect& bar = window.pgrRefresh.Place();
+    const Rect& room = window.panDiagram.Place();
+    EXPECT_NEAR(bar.left + bar.width / 2, room.width / 2, 1) << "centred";
+    EXPECT_EQ(bar.top, room.height / 2);
   });
   window.DisplayConnectionDiagram(logging.mobjSocketPairHistory.Item(QStringLiteral("KEY1")));
   EXPECT_EQ(values, (QList<double>{0, 4, 8, 12, 16, 20, 24, 28, 32, 36, 40, 45, 62.5, 75, 87.5, 100}));

@@ -84,8 +84,10 @@ TEST(DiagramGeometryTest, Limits_of_the_scroll_bars) {
   EXPECT_EQ(none.max, 0);
   const ScrollLimits across = HorizontalLimits(11280, 7000);
   EXPECT_EQ(across.max, 428);
-  EXPECT_EQ(across.smallChange, 428 / 18);
+  EXPECT_EQ(across.smallChange, 24) << "428 / 18, rounded";
   EXPECT_EQ(across.largeChange, 1128);
+  EXPECT_EQ(HorizontalLimits(11280, 11280 - 270).smallChange, 2) << "1.5";
+  EXPECT_EQ(HorizontalLimits(11280, 11280 - 450).smallChange, 2) << "2.5: halves go to the even number";
   EXPECT_EQ(VerticalLimits(5000, 5300).max, 0);
   EXPECT_EQ(VerticalLimits(5000, 0).max, 0);
   const ScrollLimits down = VerticalLimits(33700, 5000);

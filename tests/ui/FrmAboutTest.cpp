@@ -1,5 +1,6 @@
 #include <QDir>
 #include <QFile>
+#include <QRegularExpression>
 
 #include <gtest/gtest.h>
 
@@ -40,6 +41,17 @@ TEST_F(FrmAboutTest, Loading_it_fills_in_the_version_with_the_revision_as_the_bu
   EXPECT_EQ(about.lblBuild.Caption(), QStringLiteral("Version: 1.2 Build: 34"));
 }
 
+TEST_F(FrmAboutTest, The_version_of_this_build_is_that_of_the_project) {
+  QFile project(QStringLiteral(VELTRANE_SOURCE_FOLDER "/CMakeLists.txt"));
+  ASSERT_TRUE(project.open(QIODevice::ReadOnly));
+  static const QRegularExpression kNumbers(
+      QStringLiteral("project\\(Veltrane VERSION (\\d+)\\.(\\d+)\\.(\\d+) "));
+  const QRegularExpressionMatch numbers = kNumbers.match(QString::fromUtf8(project.readAll()));
+  ASSERT_TRUE(numbers.hasMatch());
+  EXPECT_EQ(BuiltVersion().Text(), QStringLiteral("Version: %1.%2 Build: %3")
+                                       .arg(numbers.captured(1), numbers.captured(2), numbers.captured(3)));
+}
+
 TEST_F(FrmAboutTest, The_animation_is_opened_and_plays) {
   PutAnimation();
   about.Load();
@@ -70,6 +82,16 @@ TEST_F(FrmAboutTest, A_click_on_the_address_opens_it_and_leaves_the_box) {
   about.Show();
   about.lblURL.Click();
   EXPECT_EQ(world.mJournal.lines.last(), QStringLiteral("open ") + kProductAddress);
+  EXPECT_TRUE(about.Visible());
+}
+
+TEST_F(FrmAboutTest, An_address_that_cannot_be_opened_is_reported_once) {
+  about.Show();
+  world.mDesktop.mFailOpen = true;
+  EXPECT_NO_THROW(about.lblURL.Click());
+  EXPECT_EQ(world.mErrors.mTexts,
+            QStringList{QStringLiteral("An error occurred while attempting to open the web site.  The "
+                                       "operating system reports: 53, File not found")});
   EXPECT_TRUE(about.Visible());
 }
 

@@ -303,6 +303,44 @@ TEST_F(FrmMainHistoryTest, A_connection_folded_through_a_purge_fits_when_it_is_u
   ExpectNodesFitEvents();
 }
 
+TEST_F(FrmMainHistoryTest, The_row_of_an_event_that_came_while_its_branch_was_folded_leads_to_it) {
+  SocketPair& pair = Connected();
+  Open(kKey);
+  window.tvwSockets.FoldByHand(Node(kKey), false);
+  Receive(pair, 2);
+  ChooseBothViews();
+  window.lvwDetails.ClickItem(window.lvwDetails.Item(window.lvwDetails.Count()));
+  window.lvwDetails.DoubleClick();
+  ExpectSelected(QStringLiteral("KEY1-4"));
+  EXPECT_TRUE(Node(kKey).Expanded());
+  ExpectNodesFitEvents();
+  EXPECT_EQ(world.mErrors.mTexts, QStringList());
+}
+
+TEST_F(FrmMainHistoryTest, A_selected_connection_that_waited_stays_selected_in_the_branch_of_its_server) {
+  for (const char* selected : {"KEY1", "KEY1-1"}) {
+    SocketPair& pair = Accepted();
+    Click(kPort);
+    Click(kAwaiting);
+    Click(kKey);
+    Click(QLatin1String(selected));
+    StubSocket* client = world.mSockets.mSockets.last();
+    client->mRemoteHostIP = client->mRemoteHost = QStringLiteral("10.0.0.2");
+    logging.ConnectionAttemptSuccessful(pair, false, QString());
+    window.tvwSockets.FoldByHand(Node(kStanding), true);
+    EXPECT_EQ(Node(kKey).Parent(), &Node(kStanding));
+    EXPECT_FALSE(window.tvwSockets.Contains(kAwaiting));
+    ExpectSelected(QLatin1String(selected));
+    Receive(pair, 1);
+    ExpectNodesFitEvents();
+    Click(kKey);
+    ExpectSelected(kKey);
+    logging.KillSocketHistory(1);
+    ExpectSelected(kStanding);
+  }
+  EXPECT_EQ(world.mErrors.mTexts, QStringList());
+}
+
 TEST_F(FrmMainHistoryTest, Unfolded_ports_and_connections_have_what_came_meanwhile) {
   Connected();
   Open(kKey);

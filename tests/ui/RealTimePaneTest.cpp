@@ -277,6 +277,56 @@ TEST_F(RealTimePaneTest,
   EXPECT_THROW(drain.Drain(), Failure) << "nothing is queued";
 }
 
+TEST_F(RealTimePaneTest, A_failure_of_the_pane_itself_is_passed_over_and_takes_nothing_else_along) {
+  options.optDisplayAs.Select(0);
+  int changes = 0;
+  int failing = 0;
+  QObject::connect(&window.txtRealTime, &RichTextBox::TextChanged, &window, [&] {
+    if (++changes == failing) throw Failure(FailureNumber::kBadArgument);
+  });
+  const auto drainWith = [&](int which, Colour colour) {
+    failing = 0;
+    window.txtRealTime.SetText(u"before"_qs);
+    changes = 0;
+    failing = which;
+    Queue("data", u"preamble "_qs, colour);
+    EXPECT_NO_THROW(drain.Drain());
+    EXPECT_EQ(window.txtRealTime.SelStart(), window.txtRealTime.TextLength()) << which;
+    EXPECT_TRUE(logging.gstrData.isEmpty()) << which;
+    EXPECT_TRUE(logging.gstrPreamble.isEmpty()) << which;
+    EXPECT_TRUE(logging.gcolColour.isEmpty()) << which;
+    return Text();
+  };
+  EXPECT_EQ(drainWith(1, 7), u"before\r\ndata") << "the line break fails, and the preamble with it";
+  EXPECT_EQ(drainWith(2, 7), u"before\r\npreamble data");
+  EXPECT_EQ(drainWith(3, 7), u"before\r\npreamble data") << "the data";
+  EXPECT_EQ(drainWith(3, 0), u"before\r\npreamble data") << "data without a colour";
+  EXPECT_TRUE(world.mErrors.mTexts.isEmpty());
+}
+
+TEST_F(RealTimePaneTest, A_limit_of_nothing_or_less_clears_the_pane_at_every_event) {
+  SocketPair& pair = Connected();
+  WithoutPreamble();
+  options.optDisplayAs.Select(0);
+  for (const QString& limit : {u"0"_qs, u"-5"_qs}) {
+    options.txtRealTimeDataSize.SetText(limit);
+    for (const char* data : {"a", "b"}) {
+      FromClient(pair, data);
+      EXPECT_EQ(Text(), u"\r\n\r\n"_qs + QLatin1String(data)) << limit.toStdString();
+    }
+  }
+}
+
+TEST_F(RealTimePaneTest, Cancel_puts_the_pane_back_too) {
+  options.cmdOK.Click();
+  ASSERT_TRUE(window.txtRealTime.Visible());
+  options.Show(&window);
+  options.chkShowRealTimeData.SetValue(0);
+  EXPECT_FALSE(window.txtRealTime.Visible()) << "at once";
+  options.cmdCancel.Click();
+  EXPECT_TRUE(window.txtRealTime.Visible());
+}
+
 TEST_F(RealTimePaneTest, A_single_entry_switches_the_timer_off_that_nothing_switches_on) {
   EXPECT_FALSE(window.tmrRealTimeData.Enabled());
   window.tmrRealTimeData.SetEnabled(true);

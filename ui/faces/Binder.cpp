@@ -108,7 +108,10 @@ void BindLabel(Label& label, QLabel& widget) {
     widget.setPalette(palette);
     widget.setAutoFillBackground(true);
   });
-  new EventWatch(widget, QEvent::MouseButtonRelease, [&label](QEvent&) { label.Click(); });
+  new EventWatch(widget, QEvent::MouseButtonRelease, [&label, &widget](QEvent& event) {
+    const auto& release = static_cast<const QMouseEvent&>(event);
+    if (release.button() == Qt::LeftButton && widget.rect().contains(release.pos())) label.Click();
+  });
 }
 
 void BindButton(CommandButton& button, QAbstractButton& widget) {

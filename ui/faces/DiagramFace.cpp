@@ -20,7 +20,7 @@ namespace veltrane {
 namespace {
 
 /// A picture's change is told no more often than a frame of the screen.
-constexpr int kLeastFrameMs = FrameUpdate::kFrameMs;
+constexpr int kLeastFrameMs = FramePace::kFrameMs;
 
 QColor ColourOf(Colour colour, const QWidget& widget) {
   if (colour == kButtonFace) return widget.palette().color(QPalette::Button);
@@ -66,13 +66,12 @@ DiagramFace::DiagramFace(frmMain& form, QWidget& outer)
   BuildScrollBars(outer);
   auto* progress = new QProgressBar(this);
   progress->setObjectName(form.pgrRefresh.Name());
-  new FrameUpdate(form.pgrRefresh, progress, [&form, progress] {
+  new FrameUpdate(form.pgrRefresh, *progress, progress, [&form, progress] {
     progress->setMaximum(static_cast<int>(form.pgrRefresh.Max()));
     progress->setValue(static_cast<int>(form.pgrRefresh.Value()));
   });
   mUpdate.setSingleShot(true);
-  mUpdate.setInterval(FrameUpdate::kFrameMs);
-  connect(&mUpdate, &QTimer::timeout, this, &DiagramFace::Update);
+  connect(&mUpdate, &QTimer::timeout, this, [this] { mPace.Draw(*this, [this] { Update(); }); });
   mFrames.setTimerType(Qt::PreciseTimer);
   connect(&mFrames, &QTimer::timeout, this, &DiagramFace::NextFrame);
   mClock.start();
@@ -103,7 +102,7 @@ void DiagramFace::FollowForm(QWidget& outer) {
   });
   outer.setAutoFillBackground(true);
   outer.setBackgroundRole(QPalette::Window);
-  new FrameUpdate(mForm.panDiagramOuter, this, [this, &outer] {
+  new FrameUpdate(mForm.panDiagramOuter, *this, this, [this, &outer] {
     QPalette palette = outer.palette();
     palette.setColor(QPalette::Window, ColourOf(mForm.panDiagramOuter.BackColor(), *this));
     outer.setPalette(palette);
@@ -111,7 +110,7 @@ void DiagramFace::FollowForm(QWidget& outer) {
 }
 
 void DiagramFace::Ask() {
-  if (!mUpdate.isActive()) mUpdate.start();
+  if (!mUpdate.isActive()) mUpdate.start(mPace.Pause());
 }
 
 void DiagramFace::Update() {

@@ -7,6 +7,7 @@
 #include <QWidget>
 
 #include "ui/faces/AnimationFiles.h"
+#include "ui/faces/FramePace.h"
 
 class QScrollBar;
 
@@ -54,6 +55,7 @@ class DiagramFace : public QWidget {
   QRegion mDirty;  // on the surface
   bool mAllDirty = true;
   bool mShown = false;
+  FramePace mPace{100};
   QTimer mUpdate;
   QTimer mFrames;
   QElapsedTimer mClock;

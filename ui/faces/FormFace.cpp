@@ -14,7 +14,7 @@
 #include <QWindow>
 
 #include "forms/Controls.h"
-#include "ui/faces/FrameUpdate.h"
+#include "ui/faces/FramePace.h"
 
 namespace veltrane {
 
@@ -98,7 +98,7 @@ void FormFace::RepaintNow() {
   const qint64 now = QDateTime::currentMSecsSinceEpoch();
   // Before the event loop runs, nothing would carry out a repaint that is put off.
   const bool canWait = QThread::currentThread()->loopLevel() > 0;
-  if (canWait && now - mLastRepaint < FrameUpdate::kFrameMs) {
+  if (canWait && now - mLastRepaint < FramePace::kFrameMs) {
     update();
     return;
   }
@@ -168,9 +168,10 @@ bool FormFace::PressByKey(int key) {
   return button;
 }
 
+// A window that is minimised, or whose owner is, is hidden by the desktop; its form is shown all the same.
 void FormFace::hideEvent(QHideEvent* event) {
   QWidget::hideEvent(event);
-  Q_EMIT Hidden();
+  if (!mForm.Visible()) Q_EMIT Hidden();
 }
 
 void FormFace::moveEvent(QMoveEvent* event) {

@@ -23,6 +23,7 @@ class FormFace : public QWidget {
   void RepaintNow();
 
  Q_SIGNALS:
+  /// The form has been hidden.
   void Hidden();
 
  protected:

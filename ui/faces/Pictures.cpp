@@ -28,31 +28,25 @@ class PictureEngine : public QIconEngine {
  public:
   PictureEngine(QString key, QByteArray drawing) : mKey(std::move(key)), mDrawing(std::move(drawing)) {}
 
-  void paint(QPainter* painter, const QRect& rect, QIcon::Mode mode, QIcon::State) override {
-    QByteArray drawing = mDrawing;
-    drawing.replace(kInk, Ink(mode).name().toLatin1());
-    // On the colour of a selection the accents would be lost; the shapes tell enough.
-    for (const char* accent : kAccents) {
-      if (mode == QIcon::Selected) drawing.replace(accent, Ink(mode).name().toLatin1());
-    }
-    painter->save();
-    if (mode == QIcon::Disabled) painter->setOpacity(painter->opacity() * kDisabledOpacity);
-    QSvgRenderer(drawing).render(painter, rect);
-    painter->restore();
+  // A tree that shows running traffic paints its pictures many times a second: each is drawn once.
+  void paint(QPainter* painter, const QRect& rect, QIcon::Mode mode, QIcon::State state) override {
+    const double ratio = painter->device()->devicePixelRatioF();
+    QPixmap picture = pixmap((QSizeF(rect.size()) * ratio).toSize(), mode, state);
+    picture.setDevicePixelRatio(ratio);
+    painter->drawPixmap(rect, picture);
   }
 
-  QPixmap pixmap(const QSize& size, QIcon::Mode mode, QIcon::State state) override {
-    const QString cached = QStringLiteral("picture-%1-%2-%3-%4")
+  QPixmap pixmap(const QSize& size, QIcon::Mode mode, QIcon::State) override {
+    const QString cached = QStringLiteral("picture-%1-%2-%3-%4x%5")
                                .arg(mKey, Ink(mode).name())
                                .arg(static_cast<int>(mode))
-                               .arg(size.width());
+                               .arg(size.width())
+                               .arg(size.height());
     QPixmap picture;
     if (QPixmapCache::find(cached, &picture)) return picture;
     picture = QPixmap(size);
     picture.fill(Qt::transparent);
-    QPainter painter(&picture);
-    paint(&painter, QRect(QPoint(), size), mode, state);
-    painter.end();
+    Draw(picture, mode);
     QPixmapCache::insert(cached, picture);
     return picture;
   }
@@ -60,6 +54,18 @@ class PictureEngine : public QIconEngine {
   QIconEngine* clone() const override { return new PictureEngine(mKey, mDrawing); }
 
  private:
+  void Draw(QPixmap& picture, QIcon::Mode mode) const {
+    QByteArray drawing = mDrawing;
+    drawing.replace(kInk, Ink(mode).name().toLatin1());
+    // On the colour of a selection the accents would be lost; the shapes tell enough.
+    for (const char* accent : kAccents) {
+      if (mode == QIcon::Selected) drawing.replace(accent, Ink(mode).name().toLatin1());
+    }
+    QPainter painter(&picture);
+    if (mode == QIcon::Disabled) painter.setOpacity(kDisabledOpacity);
+    QSvgRenderer(drawing).render(&painter, QRect(QPoint(), picture.size()));
+  }
+
   static QColor Ink(QIcon::Mode mode) {
     return QGuiApplication::palette().color(mode == QIcon::Selected ? QPalette::HighlightedText
                                                                     : QPalette::WindowText);

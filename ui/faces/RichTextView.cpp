@@ -14,7 +14,6 @@
 #include <limits>
 
 #include "ui/faces/ColourNumber.h"
-#include "ui/faces/FrameUpdate.h"
 
 namespace veltrane {
 namespace {
@@ -23,8 +22,6 @@ namespace {
 constexpr qsizetype kSlice = 4 * 1024 * 1024;
 /// Tabulators of a longer line are one cell wide: it is not walked through at every drawing.
 constexpr qsizetype kLongLine = 16384;
-constexpr int kCostToPause = 20;
-constexpr int kLongestPauseMs = 250;
 constexpr int kDragIntervalMs = 40;
 /// What is selected with the mouse is offered to the middle button, unless it is very much.
 constexpr qsizetype kPrimaryLimit = 1024 * 1024;
@@ -93,18 +90,15 @@ void RichTextView::NoteChange() {
     Select(0, 0);
   }
   if (mFrame.isActive() || !isVisible()) return;
-  const auto pause = static_cast<int>(mFrameCost * kCostToPause / 1'000'000);
-  mFrame.start(std::clamp(pause, static_cast<int>(FrameUpdate::kFrameMs), kLongestPauseMs));
+  mFrame.start(mPace.Pause());
 }
 
 void RichTextView::ShowFrame() {
-  QElapsedTimer clock;
-  clock.start();
-  const bool complete = TakeText();
-  // At once, scroll bars and all, so that what it takes is known.
-  viewport()->update();
-  QCoreApplication::sendPostedEvents(window(), QEvent::UpdateRequest);
-  mFrameCost = clock.nsecsElapsed();
+  bool complete = true;
+  mPace.Draw(*this, [&] {
+    complete = TakeText();
+    viewport()->update();
+  });
   if (!complete) NoteChange();
 }
 
@@ -161,9 +155,20 @@ int RichTextView::FirstColumn() const {
   return horizontalScrollBar()->value();
 }
 
+// Of a text that has gone the picture stays until the frame that shows what came after it.
 void RichTextView::paintEvent(QPaintEvent*) {
   if (!mLines) return;
-  QPainter painter(viewport());
+  if (mGeneration == mBox->Generation()) DrawPicture();
+  QPainter(viewport()).drawPixmap(0, 0, mPicture);
+}
+
+void RichTextView::DrawPicture() {
+  const qreal pixelRatio = devicePixelRatioF();
+  const QSize size = viewport()->size() * pixelRatio;
+  if (mPicture.size() != size) mPicture = QPixmap(size);
+  mPicture.setDevicePixelRatio(pixelRatio);
+  mPicture.fill(palette().color(QPalette::Base));
+  QPainter painter(&mPicture);
   Inks inks;
   // One more than fits, for the part of a line at the bottom.
   const qsizetype behind = std::min<qsizetype>(FirstLine() + Rows() + 2, mLines->Count());
@@ -286,9 +291,10 @@ QString RichTextView::SelectedText() const {
 }
 
 void RichTextView::Select(qsizetype anchor, qsizetype cursor) {
+  const bool hadSelection = HasSelection();
   mAnchor = anchor;
   mCursor = cursor;
-  viewport()->update();
+  if (hadSelection || HasSelection()) viewport()->update();
 }
 
 void RichTextView::SelectAll() {

@@ -6,6 +6,7 @@
 
 #include <QAbstractScrollArea>
 #include <QElapsedTimer>
+#include <QPixmap>
 #include <QTimer>
 
 #include <optional>
@@ -13,6 +14,7 @@
 #include "forms/RichTextBox.h"
 #include "forms/TextLines.h"
 #include "ui/faces/CellFont.h"
+#include "ui/faces/FramePace.h"
 
 namespace veltrane {
 
@@ -60,6 +62,7 @@ class RichTextView : public QAbstractScrollArea {
 
   int Rows() const;
   int Columns() const;
+  void DrawPicture();
   void DrawLine(QPainter& painter, qsizetype line, Inks& inks) const;
   void DrawSelection(QPainter& painter, qsizetype line, qsizetype start, qsizetype end) const;
 
@@ -80,9 +83,10 @@ class RichTextView : public QAbstractScrollArea {
   const RichTextBox* mBox = nullptr;
   std::optional<TextLines> mLines;
   std::optional<CellFont> mCells;
+  QPixmap mPicture;  // what was drawn last
   QTimer mFrame;
   QTimer mDrag;
-  qint64 mFrameCost = 0;  // ns
+  FramePace mPace{250};
   quint64 mGeneration = 0;
   qsizetype mAnchor = 0;
   qsizetype mCursor = 0;

@@ -4,7 +4,6 @@
 #include <QLabel>
 #include <QPalette>
 #include <QScreen>
-#include <QShortcut>
 
 #include "ui/faces/AnimationFace.h"
 #include "ui/faces/Pictures.h"
@@ -29,9 +28,6 @@ void FinishAbout(Form& form, QWidget& face) {
   QPalette palette = link.palette();
   palette.setColor(QPalette::WindowText, palette.color(QPalette::Link));
   link.setPalette(palette);
-  // Its button has the escape key, a button has but one.
-  for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter})
-    new QShortcut(key, &face, [&about] { about.cmdOK.Click(); });
 }
 
 }  // namespace veltrane

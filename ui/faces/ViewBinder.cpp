@@ -70,7 +70,7 @@ class TreeBinding : public QObject {
     connect(view.selectionModel(), &QItemSelectionModel::currentChanged, this,
             [this](const QModelIndex& current) { CurrentChanged(current); });
     connect(view.selectionModel(), &QItemSelectionModel::selectionChanged, this, [this] { SetBack(); });
-    mUpdate = new FrameUpdate(tree, this, [this] { Update(); });
+    mUpdate = new FrameUpdate(tree, view, this, [this] { Update(); });
   }
 
  protected:
@@ -117,8 +117,8 @@ class TreeBinding : public QObject {
     mUpdating = false;
   }
 
+  // By hand, or by the view itself, which unfolds what stands above the node that it marks.
   void Expanded(const QModelIndex& index, bool expanded) {
-    if (mUpdating) return;
     mModel.TakeExpansion(index, expanded);
     if (TreeNode* node = mModel.NodeAt(index)) mTree.FoldByHand(*node, expanded);
   }
@@ -185,7 +185,7 @@ class ListBinding : public QObject {
     });
     connect(&view, &QTreeView::doubleClicked, this, [this] { mList.DoubleClick(); });
     TakeWidths();
-    mUpdate = new FrameUpdate(list, this, [this] { Update(); });
+    mUpdate = new FrameUpdate(list, view, this, [this] { Update(); });
   }
 
  protected:

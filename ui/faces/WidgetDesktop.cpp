@@ -80,7 +80,7 @@ void WidgetDesktop::ShowForm(Form& form, bool modal, Form* owner) {
   QEventLoop loop;
   QObject::connect(face, &FormFace::Hidden, &loop, &QEventLoop::quit);
   QObject::connect(face, &QObject::destroyed, &loop, &QEventLoop::quit);
-  if (face->isVisible()) loop.exec();
+  if (form.Visible()) loop.exec();
 }
 
 void WidgetDesktop::HideForm(Form& form) {
