@@ -48,8 +48,10 @@ class Demo(unittest.TestCase):
         self.screen = veltrane.Screen()
         self.addCleanup(self.screen.close)
 
-    def start(self, *command):
+    def start(self, *command, display=True):
         environment = dict(self.screen.environment, TMPDIR=str(self.folder), HOME=str(self.folder))
+        if not display:
+            environment = {key: value for key, value in environment.items() if key not in ("DISPLAY", "WAYLAND_DISPLAY")}
         self.demo = subprocess.Popen(
             command, cwd=ROOT, env=environment, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
             start_new_session=True,
@@ -90,6 +92,7 @@ class Demo(unittest.TestCase):
         self.assertEqual([port for port in self.ports if listens(port)], [])
         self.assertEqual([path.name for path in self.folder.glob("veltrane-demo-*")], [])
         self.assertNotIn("Traceback", output)
+        return output
 
     def test_it_shows_each_kind_of_event_and_ends_with_its_window(self):
         self.start(sys.executable, "demo/demo.py", veltrane.program())
@@ -104,15 +107,31 @@ class Demo(unittest.TestCase):
         self.expect_nothing_left()
         self.assertEqual(self.demo.returncode, 0)
 
-    def test_Ctrl_C_ends_it(self):
-        # By the command of the user where it would start this program.
-        ours = ROOT / "build/release/bin/Veltrane"
-        command = ["./run", "--demo"] if pathlib.Path(veltrane.program()).resolve() == ours else [sys.executable, "demo/demo.py", veltrane.program()]
-        self.start(*command)
+    def run_script(self, **where):
+        """By the user's command, which starts the program of one build."""
+        if pathlib.Path(veltrane.program()).resolve() != ROOT / "build/release/bin/Veltrane":
+            self.skipTest("the program is not the one that ./run starts")
+        self.start("./run", "--demo", **where)
         wait_for(lambda: len(self.records()) > 20, MINUTE, "traffic")
+
+    def test_Ctrl_C_ends_it(self):
+        self.run_script()
         # As the terminal does, to all of them.
         os.killpg(self.demo.pid, signal.SIGINT)
         self.expect_nothing_left()
+
+    def test_without_a_display_it_gets_one_and_takes_it_down_last(self):
+        self.run_script(display=False)
+        display = re.search(r"virtual one \(Xvfb, :(\d+)\)", "".join(self.told))[1]
+        self.assertTrue(pathlib.Path(f"/tmp/.X11-unix/X{display}").exists())
+        # Out of reach of Ctrl-C, or it could go before the program has ended well.
+        names = [pathlib.Path(f"/proc/{pid}/comm").read_text().strip() for pid in of_session(self.demo.pid)]
+        self.assertIn("Veltrane", names)
+        self.assertNotIn("Xvfb", names)
+        os.killpg(self.demo.pid, signal.SIGINT)
+        output = self.expect_nothing_left()
+        self.assertNotIn("X11 connection broke", output)
+        wait_for(lambda: not pathlib.Path(f"/tmp/.X11-unix/X{display}").exists(), 10, "the display to go")
 
     def test_Ctrl_C_at_once_ends_it_too(self):
         self.start(sys.executable, "demo/demo.py", veltrane.program())

@@ -16,6 +16,7 @@
 #include "forms/ListModel.h"
 #include "forms/TreeModel.h"
 #include "history/Logging.h"
+#include "tests/faces/Look.h"
 #include "tests/support/HistoryFakes.h"
 #include "tests/support/World.h"
 #include "ui/faces/FormFace.h"
@@ -106,6 +107,30 @@ struct FrmMainFaceTest : testing::Test {
   frmMain window{general, logging};
   FormFace* face = nullptr;
 };
+
+TEST_F(FrmMainFaceTest, All_that_gets_the_keyboard_or_is_pressed_has_a_name) {
+  EXPECT_EQ(look::WithoutName(*face), QStringList());
+}
+
+TEST_F(FrmMainFaceTest, The_menus_keys_mean_one_thing_each) {
+  const auto expectOneEach = [](const QList<QAction*>& entries, const QString& where) {
+    QStringList keys;
+    for (const QAction* entry : entries) {
+      const QString key = QKeySequence::mnemonic(entry->text()).toString();
+      if (key.isEmpty() || !entry->isVisible()) continue;
+      EXPECT_FALSE(keys.contains(key)) << where.toStdString() << ": " << entry->text().toStdString();
+      keys.append(key);
+    }
+  };
+  const auto* bar = face->findChild<QMenuBar*>();
+  ASSERT_NE(bar, nullptr);
+  expectOneEach(bar->actions(), QStringLiteral("the bar"));
+  for (const QAction* menu : bar->actions()) {
+    ASSERT_NE(menu->menu(), nullptr);
+    EXPECT_FALSE(menu->menu()->actions().isEmpty());
+    expectOneEach(menu->menu()->actions(), menu->text());
+  }
+}
 
 TEST_F(FrmMainFaceTest, Every_place_of_the_layout_is_taken_to_the_pixel) {
   for (Control* control : window.Controls()) {

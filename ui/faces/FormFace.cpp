@@ -6,6 +6,7 @@
 #include <QDateTime>
 #include <QEvent>
 #include <QGuiApplication>
+#include <QLayout>
 #include <QPushButton>
 #include <QTabBar>
 #include <QThread>
@@ -113,10 +114,19 @@ void FormFace::closeEvent(QCloseEvent* event) {
 
 void FormFace::showEvent(QShowEvent* event) {
   QWidget::showEvent(event);
+  if (!event->spontaneous()) MakeRoomForText();
   const CommandButton* button = mForm.DefaultButton();
   if (event->spontaneous() || !button) return;
   if (auto* widget = findChild<QPushButton*>(button->Name())) widget->setDefault(true);
   FocusFirstField();
+}
+
+/// A text of several lines needs more height in a larger font than its window was designed with.
+void FormFace::MakeRoomForText() {
+  if (!layout() || !layout()->hasHeightForWidth()) return;
+  layout()->activate();
+  const int needed = layout()->totalHeightForWidth(width());
+  if (height() < needed) resize(width(), needed);
 }
 
 /// The tabs above a page are no field. Of a group of options it is the one that is set.

@@ -41,6 +41,7 @@ class FormFace : public QWidget {
   void FollowGeometry();
   static bool CanOpenAt(QPoint place);
   void FollowState();
+  void MakeRoomForText();
   void FocusFirstField();
   bool PressByKey(int key);
 
