@@ -127,7 +127,8 @@ void Listening::ConnectionRequest(int index, qint32 lngRequestId) {
       u"system reports: ",
       [&] {
         const Socket& listener = sckServer.Element(index);
-        if (!mStrangers.MayConnect(listener.RemoteHostIP(), listener.LocalPort())) return;
+        if (!IsExpected(listener) && !mStrangers.MayConnect(listener.RemoteHostIP(), listener.LocalPort()))
+          return;
         const ProtocolHandlerRef handler = GetProtocolHandler(listener.LocalPort());
         if (!handler) {
           mGeneral.LogError(QStringLiteral(
@@ -191,9 +192,15 @@ bool Listening::ShouldRefuse(const std::shared_ptr<SocketPair>& pair) {
 }
 
 // An ephemeral port serves exactly one connection.
+bool Listening::IsExpected(const Socket& listener) const {
+  return listener.Tag() == kEphemeralTag &&
+         mExpectedPeers.value(listener.LocalPort()) == listener.RemoteHostIP();
+}
+
 void Listening::EndEphemeralPort(int index) {
   Socket& listener = sckServer.Element(index);
   const qint32 port = listener.LocalPort();
+  mExpectedPeers.remove(port);
   StopListeningOnSocket(listener);
   mcolListeningSocket.Remove(ListeningSocketKey(port));
   SetNodeText(port, PortNodeText(Description(port, kUnloaded), port, false));

@@ -2,6 +2,8 @@
 // it, the main window's Terminate releases it.
 #pragma once
 
+#include <QHash>
+
 #include <memory>
 #include <vector>
 
@@ -36,6 +38,8 @@ class Listening : public std::enable_shared_from_this<Listening> {
   /// Destroys all sockets of the port, listening or not, with their key.
   void DestroySockets(qint32 lngPort);
   void StopListeningOnSocket(Socket& objListeningSocket);
+  /// The one peer that an ephemeral port may serve although its address is public.
+  void ExpectPeer(qint32 lngPort, const QString& address) { mExpectedPeers.insert(lngPort, address); }
   /// Brings the socket of a port in line with the port table.
   void CheckListeningStatus(qint32 lngPort);
   /// Makes the idle socket and the tree node of a port that was added to the table.
@@ -57,6 +61,7 @@ class Listening : public std::enable_shared_from_this<Listening> {
   ProtocolHandlerRef GetProtocolHandler(qint32 lngPort);
   std::shared_ptr<SocketPair> MakePair();
   bool ShouldRefuse(const std::shared_ptr<SocketPair>& pair);
+  bool IsExpected(const Socket& listener) const;
   void EndEphemeralPort(int index);
   void StartListeningAtStart(qint32 lngPort);
   void ReplaceByIdleSocket(qint32 lngPort);
@@ -68,6 +73,7 @@ class Listening : public std::enable_shared_from_this<Listening> {
 
   General& mGeneral;
   Strangers mStrangers;
+  QHash<qint32, QString> mExpectedPeers;  // by port
   SocketArray sckServer;
   std::vector<std::shared_ptr<SocketPair>> mLoadedPairs;
   /// Wraps from 32767 to -32768.

@@ -344,6 +344,16 @@ TEST_F(EphemeralTest, A_public_peer_does_not_use_up_the_port) {
   EXPECT_EQ(world.mGeneral.gobjListening->mobjSocketPairs.Count(), 0);
 }
 
+TEST_F(EphemeralTest, The_peer_that_it_was_opened_for_is_served_wherever_it_is_and_no_other) {
+  const QString site = QStringLiteral("8.8.4.4");
+  world.mGeneral.gobjListening->ExpectPeer(1500, site);
+  Listener(1500).Request(1, QStringLiteral("8.8.8.8"));
+  Listener(1000).Request(2, site);
+  EXPECT_EQ(world.mGeneral.gobjListening->mobjSocketPairs.Count(), 0);
+  Listener(1500).Request(3, site);
+  EXPECT_EQ(world.mGeneral.gobjListening->mobjSocketPairs.Count(), 1);
+}
+
 TEST_F(EphemeralTest, A_refused_connection_leaves_the_port_listening) {
   world.mSchedule.mRefuse = true;
   Listener(1500).Request(1);

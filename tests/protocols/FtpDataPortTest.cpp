@@ -6,6 +6,18 @@
 namespace veltrane {
 namespace {
 
+TEST_F(FtpTest, The_site_itself_may_connect_to_the_port_of_an_active_transfer_from_a_public_address) {
+  LogIn();
+  NextPorts({3012});
+  client->mRemoteHostIP = QStringLiteral("8.8.4.4");
+  server->Arrive("PORT 127,0,0,1,5,6\r\n");
+  const qsizetype pairs = world.mGeneral.gobjListening->mobjSocketPairs.Count();
+  DataListener(3012)->Request(1, QStringLiteral("8.8.8.8"));
+  EXPECT_EQ(world.mGeneral.gobjListening->mobjSocketPairs.Count(), pairs);
+  DataListener(3012)->Request(2, QStringLiteral("8.8.4.4"));
+  EXPECT_EQ(world.mGeneral.gobjListening->mobjSocketPairs.Count(), pairs + 1);
+}
+
 TEST_F(FtpTest, A_port_command_opens_a_data_port_and_goes_on_with_its_address) {
   LogIn();
   NextPorts({3000});
