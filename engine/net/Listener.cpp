@@ -45,9 +45,9 @@ void Listener::Readable() {
 void Listener::Announce(int descriptor, const sockaddr_in& peer) {
   mOwner->mRemoteAddress = peer.sin_addr;
   mOwner->mRemotePort = ntohs(peer.sin_port);
-  const qint32 request = mReactor.KeepRequest(descriptor);
+  const qint32 request = mReactor.KeepRequest({descriptor, mOwner->mRemoteAddress, mOwner->mRemotePort});
   mReactor.Deliver([&] { mOwner->mEvents.ConnectionRequest(request); });
-  const int unaccepted = mReactor.TakeRequest(request);
+  const int unaccepted = mReactor.TakeRequest(request).descriptor;
   if (unaccepted >= 0) mReactor.CloseDescriptor(unaccepted);
 }
 

@@ -67,7 +67,7 @@ Reactor::~Reactor() {
   for (const ChannelRef& channel : std::exchange(mLingering, {}))
     CloseChannel(channel);
   for (const auto& request : mRequests)
-    ::close(request.second);
+    ::close(request.second.descriptor);
   Close(mReserve);
   Close(mWake);
   Close(mEpoll);
@@ -199,17 +199,17 @@ int Reactor::OpenSocket() {
   return descriptor;
 }
 
-qint32 Reactor::KeepRequest(int descriptor) {
-  mRequests.emplace(++mLastRequest, descriptor);
+qint32 Reactor::KeepRequest(const Request& request) {
+  mRequests.emplace(++mLastRequest, request);
   return mLastRequest;
 }
 
-int Reactor::TakeRequest(qint32 requestId) {
+Reactor::Request Reactor::TakeRequest(qint32 requestId) {
   const auto found = mRequests.find(requestId);
-  if (found == mRequests.end()) return -1;
-  const int descriptor = found->second;
+  if (found == mRequests.end()) return {};
+  const Request request = found->second;
   mRequests.erase(found);
-  return descriptor;
+  return request;
 }
 
 bool Reactor::WaitForDescriptors(const ChannelRef& listener) {

@@ -52,10 +52,16 @@ class Reactor : public SocketFactory {
   /// A new TCP socket's descriptor. Falls back on a descriptor kept in reserve, so that a connection that was
   /// accepted with the last free one can still go on to its server. Fails when that is used up too.
   int OpenSocket();
-  /// Keeps an accepted descriptor for the time of the event; gives its number.
-  qint32 KeepRequest(int descriptor);
-  /// Takes it; -1 when the number is unknown.
-  int TakeRequest(qint32 requestId);
+  /// An accepted descriptor, and whose it is: of a peer that has reset meanwhile the system no longer tells.
+  struct Request {
+    int descriptor = -1;
+    in_addr address{};
+    qint32 port = 0;
+  };
+  /// Keeps it for the time of the event; gives its number.
+  qint32 KeepRequest(const Request& request);
+  /// Takes it; without a descriptor when the number is unknown.
+  Request TakeRequest(qint32 requestId);
   /// There are no descriptors left: the listener waits until one comes free. True when that is news: no
   /// listener has caught up with its requests since the last time.
   bool WaitForDescriptors(const ChannelRef& listener);
@@ -98,7 +104,7 @@ class Reactor : public SocketFactory {
   std::vector<ChannelRef> mPosted;
   std::unordered_set<ChannelRef> mLingering;
   std::vector<ChannelRef> mGraveyard;  // closed in this turn; stale events may still name them
-  std::unordered_map<qint32, int> mRequests;
+  std::unordered_map<qint32, Request> mRequests;
   std::vector<std::weak_ptr<Channel>> mStarvedListeners;
   Timer mSweep;
   qint32 mLastRequest = 0;

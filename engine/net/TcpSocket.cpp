@@ -114,11 +114,12 @@ void TcpSocket::Listen() {
 
 void TcpSocket::Accept(qint32 requestId) {
   RequireState(!mConnection && !mListener);
-  const int descriptor = mReactor.TakeRequest(requestId);
-  if (descriptor < 0) throw Failure(FailureNumber::kBadArgument);
-  mConnection = std::make_shared<Connection>(mReactor, descriptor, *this);
-  TakeRemoteAddress(descriptor);
-  TakeLocalAddress(descriptor);
+  const Reactor::Request request = mReactor.TakeRequest(requestId);
+  if (request.descriptor < 0) throw Failure(FailureNumber::kBadArgument);
+  mConnection = std::make_shared<Connection>(mReactor, request.descriptor, *this);
+  mRemoteAddress = request.address;
+  mRemotePort = request.port;
+  TakeLocalAddress(request.descriptor);
   mState = SocketState::kConnected;
   mConnection->Start();
 }

@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "history/Logging.h"
 #include "tests/conversations/Talk.h"
@@ -58,9 +59,9 @@ struct TalkWorld {
 
   /// Between two deeds at most so many turns of the net pass.
   void Run(int most) {
+    world.StartListening();
     for (int i = 0; i < kTalksInAWorld; ++i)
       AddTalk();
-    world.StartListening();
     for (const auto& talk : talks)
       talk->Begin();
     if (protocol == "FTP") AddDataTalks();
@@ -71,9 +72,24 @@ struct TalkWorld {
     ExpectAllEnds();
   }
 
+  /// On a port below those that the system gives to clients, and above those of the tests of the whole
+  /// program: one that is chosen beforehand may be another process's by the time.
+  qint32 ListenSomewhere() {
+    static qint32 next = getpid() % 3000;
+    Listening& listening = *world.mGeneral.gobjListening;
+    while (true) {
+      const qint32 port = 29'500 + next++ % 3000;
+      Socket* socket = nullptr;
+      qint32 number = 0;
+      QString text;
+      if (listening.StartListeningOnSocket(socket, port, number, text)) return port;
+      listening.DestroySockets(port);
+    }
+  }
+
   void AddTalk() {
     auto server = net.Listen();
-    const qint32 port = net.DeadPort() == 9 ? 2000 + static_cast<qint32>(talks.size()) : net.DeadPort();
+    const qint32 port = ListenSomewhere();
     const QString name = QString::fromLatin1(protocol);
     world.AddPort(port, name, QStringLiteral("Test"));
     world.AddNode(port, QStringLiteral("Test"));
@@ -138,7 +154,7 @@ struct TalkWorld {
       EXPECT_TRUE(history.mblnDead) << history.mstrSocketPairKey.toStdString();
       // A pair makes its two sockets one behind the other.
       const auto accepted = std::find_if(taps.mTaps.begin(), taps.mTaps.end(), [&](const auto& tap) {
-        return tap->peerPort == history.mlngRemoteClientPort;
+        return tap->peerPort == history.mlngRemoteClientPort && tap->localPort == history.mlngLocalServerPort;
       });
       ASSERT_LT(accepted + 1, taps.mTaps.end());
       const Tap& server = **accepted;

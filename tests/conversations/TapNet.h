@@ -12,8 +12,9 @@ namespace veltrane {
 struct Tap {
   QByteArray got;
   QByteArray sent;
-  /// Of an accepted socket; 0 of all others.
+  /// Of an accepted socket; 0 of all others. The same client may come from one port to two of the program's.
   qint32 peerPort = 0;
+  qint32 localPort = 0;
 };
 
 class TappedSocket : public Socket {
@@ -33,6 +34,7 @@ class TappedSocket : public Socket {
   void Accept(qint32 requestId) override {
     mInner->Accept(requestId);
     mTap->peerPort = mInner->RemotePort();
+    mTap->localPort = mInner->LocalPort();
   }
   void Connect(const QString& host, qint32 port) override { mInner->Connect(host, port); }
   void SendData(const Payload& data) override {

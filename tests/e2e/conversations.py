@@ -255,7 +255,11 @@ class Log:
         waiting = self.data_ports.get(first.listening_port)
         if not waiting:
             fail("nobody asked for this port", first)
-        host, port = waiting.pop(0)
+        # Two control connections may have drawn the same port, and are not read in the order of their draws.
+        told = records[1].description
+        asked = (address for address in waiting if told == TEXTS[ATTEMPT].format("{}:{}".format(*address)))
+        host, port = next(asked, waiting[0])
+        waiting.remove((host, port))
         story = Story(first.id, first.listening_port, first.client_port)
         story.add(ACCEPTED).attempt(host, port)
         self.check_all(records[:2], story)

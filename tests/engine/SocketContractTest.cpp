@@ -210,6 +210,23 @@ TYPED_TEST(SocketContract, A_listening_socket_knows_whose_request_it_announces) 
   EXPECT_EQ(port, in.socket->RemotePort());
 }
 
+TYPED_TEST(SocketContract, A_peer_that_has_reset_already_is_accepted_with_its_address) {
+  Watched server(this->mWorld);
+  Watched in(this->mWorld);
+  QString address;
+  qint32 port = 0;
+  server.onRequest = [&](qint32 id) {
+    in.socket->Accept(id);
+    address = in.socket->RemoteHostIP();
+    port = in.socket->RemotePort();
+  };
+  server.socket->Listen();
+  this->mWorld.ConnectTo(server.socket->LocalPort())->Reset();
+  EXPECT_TRUE(this->mWorld.Pump([&] { return in.error == 10054; }));
+  EXPECT_EQ(address, QStringLiteral("127.0.0.1"));
+  EXPECT_GT(port, 0);
+}
+
 TYPED_TEST(SocketContract, All_waiting_requests_are_announced) {
   Watched server(this->mWorld);
   std::vector<std::unique_ptr<Watched>> accepted;

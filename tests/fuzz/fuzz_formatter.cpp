@@ -19,7 +19,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Require((character >= 32 && character <= 126) || character == '\r' || character == '\n', "printable");
   const TextSourceRef text = FormattedText(Payload(bytes), format, perRow);
   Require(text->Length() == rows.size(), "the length of the text");
-  Require(rows.size() % text->RowLength() == 0, "whole rows");
+  const qsizetype rowLength = text->RowLength();
+  Require(rowLength > 0, "rows of one length");
+  Require(rowLength > 0 && rows.size() % rowLength == 0, "whole rows");
   const qsizetype offset = (data[0] * 251 + data[1]) % rows.size();
   const qsizetype length = std::min<qsizetype>(data[size - 1] * 3, rows.size() - offset);
   Require(text->Piece(offset, length) == QString::fromLatin1(rows.mid(offset, length)),
