@@ -10,13 +10,12 @@ import socket
 import subprocess
 import tempfile
 import threading
-import time
 import unittest
 
 import veltrane
 from pictures import Window
 from traffic import serve
-from veltrane import Veltrane, free_port, listens, wait_for, windows
+from veltrane import Veltrane, free_port, listens, wait_for
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 NOBODY = 65534
@@ -193,15 +192,11 @@ class Package(unittest.TestCase):
 
     def save_as_proposed(self, screen):
         window = Window(screen)
-        for row in (1, 2, 3):  # port, peer, connection
-            window.click(120, 99 + 18 * row)
-        window.key("alt+t")
-        window.key("s")
-        wait_for(lambda: windows(screen.display, "^Save Data$"), 5, "the dialog")
-        time.sleep(0.3)
+        window.unfold(1, 2, 3)  # port, peer, connection
+        window.open("t", "s", "^Save Data$")
         # Backwards from the first field: Cancel, Save.
-        screen.tool("key", "--delay", "40", "shift+Tab", "shift+Tab", "space")
-        wait_for(lambda: not windows(screen.display, "^Save Data$"), 5, "the dialog to close")
+        screen.key("shift+Tab", "shift+Tab", "space")
+        screen.wait_until_closed("^Save Data$")
 
 
 if __name__ == "__main__":
