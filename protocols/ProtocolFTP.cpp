@@ -206,7 +206,7 @@ bool ProtocolFTP::ListenOnce(qint32 lngPort, qint32& lngError, QString& strError
   if (mGeneral.gobjListening->StartListeningOnSocket(socket, lngPort, lngError, strError)) {
     socket->SetTag(kEphemeralTag);
     // In active mode the site connects here, wherever it is.
-    mGeneral.gobjListening->ExpectPeer(lngPort, Pair().RemoteServerIP());
+    if (mobjSocketPair) mGeneral.gobjListening->ExpectPeer(lngPort, Pair().RemoteServerIP());
     return true;
   }
   mGeneral.gobjListening->DestroySockets(lngPort);

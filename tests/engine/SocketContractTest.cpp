@@ -202,7 +202,7 @@ TYPED_TEST(SocketContract, A_listening_socket_knows_whose_request_it_announces) 
     port = server.socket->RemotePort();
     in.socket->Accept(id);
   };
-  server.socket->Listen();
+  ListenOnFreePort(this->mWorld, *server.socket);
   EXPECT_TRUE(server.socket->RemoteHostIP().isEmpty());
   const auto peer = this->mWorld.ConnectTo(server.socket->LocalPort());
   EXPECT_TRUE(this->mWorld.Pump([&] { return in.Connected(); }));
@@ -220,7 +220,7 @@ TYPED_TEST(SocketContract, A_peer_that_has_reset_already_is_accepted_with_its_ad
     address = in.socket->RemoteHostIP();
     port = in.socket->RemotePort();
   };
-  server.socket->Listen();
+  ListenOnFreePort(this->mWorld, *server.socket);
   this->mWorld.ConnectTo(server.socket->LocalPort())->Reset();
   EXPECT_TRUE(this->mWorld.Pump([&] { return in.error == 10054; }));
   EXPECT_EQ(address, QStringLiteral("127.0.0.1"));

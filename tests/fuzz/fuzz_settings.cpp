@@ -39,6 +39,7 @@ class AnyStore : public SettingsStore {
     return mText;
   }
   void SaveSetting(const QString&, const QString&, const QString&, const QString&) override {}
+  void SaveSettings(const QString&, const QString&, const QList<SettingRow>&) override {}
   QList<SettingRow> GetAllSettings(const QString&, const QString&) override {
     return {{QStringLiteral("2000"), mText}, {mText, mText}};
   }
