@@ -71,6 +71,7 @@ class frmMain : public Form, public HistoryWindow, public StatusPanes, public Ma
   void DisplayConnectionDiagram(const SocketPairHistoryRef& history) override;
   bool HighlightEvent(const std::shared_ptr<DiagramFigure>& figure) override;
   void UnhighlightEvent() override { mDiagram.UnhighlightEvent(); }
+  void ConnectionDiagramPurged(const SocketPairHistory& history) override;
   /// Turns to the page of an event, counted from 1; false when it was the right one.
   bool CheckForPageChange(qint16 event) override;
   bool IsDrawn(const std::shared_ptr<DiagramFigure>& figure) const override {

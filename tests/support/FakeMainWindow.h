@@ -46,6 +46,9 @@ class FakeMainWindow : public Form, public HistoryWindow {
     mDiagramError = history->mlngErrorNumber;
   }
   void RequestRedraw() override {
+  void ConnectionDiagramPurged(const SocketPairHistory& history) override {
+    mJournal.Note(QStringLiteral("ConnectionDiagramPurged ") + history.mstrSocketPairKey);
+  }
     mJournal.Note(QStringLiteral("RequestRedraw"));
     if (OnRequestRedraw) OnRequestRedraw();
   }
