@@ -261,6 +261,27 @@ TEST_F(FrmConfigureFaceTest, A_ports_whole_life_from_Add_to_Delete_with_a_client
   ClickTick(1);
   EXPECT_EQ(Ticks(), QStringLiteral("-x"));
   EXPECT_TRUE(GetsThrough(number));
+TEST_F(FrmConfigureFaceTest, A_port_dialog_that_was_closed_minimised_comes_up_normal) {
+  Show();
+  bool minimized = false;
+  WhenOpen([&](QWidget& dialog) {
+    dialog.showMinimized();
+    QCoreApplication::processEvents();
+    minimized = port.State() == WindowState::kMinimized;
+    dialog.close();
+  });
+  Press("cmdPortAdd");
+  EXPECT_TRUE(minimized);
+  bool opened = false;
+  WhenOpen([&](QWidget& dialog) {
+    opened = true;
+    EXPECT_FALSE(dialog.isMinimized());
+    dialog.close();
+  });
+  Press("cmdPortAdd");
+  EXPECT_TRUE(opened);
+}
+
   EXPECT_EQ(Find<QPushButton>("cmdConfigure").text(),
             QStringLiteral("Configure Pass Through for port %1...").arg(number));
 
