@@ -16,6 +16,7 @@
 #include "protocols/ProtocolPassThru.h"
 #include "tests/support/DialogFakes.h"
 #include "tests/support/RealNet.h"
+#include "tests/support/FaceFrame.h"
 #include "ui/faces/FormFace.h"
 #include "ui/faces/WidgetDesktop.h"
 #include "ui/frmConfigure.h"
@@ -72,7 +73,7 @@ struct FrmConfigureFaceTest : testing::Test {
       marks += list.item(row)->checkState() == Qt::Checked ? u'x' : u'-';
     return marks;
   }
-  static void Serve() { QTest::qWait(40); }
+  static void Serve() { WaitForFrame(); }
   /// Runs hand on the dialog that the next click opens.
   static void WhenOpen(const std::function<void(QWidget&)>& hand) {
     QTimer::singleShot(60, [hand] {

@@ -16,6 +16,7 @@
 #include "forms/ListModel.h"
 #include "forms/TreeModel.h"
 #include "history/Logging.h"
+#include "tests/support/FaceFrame.h"
 #include "tests/support/HistoryFakes.h"
 #include "tests/support/World.h"
 #include "ui/faces/FormFace.h"
@@ -52,11 +53,7 @@ struct FrmMainFaceTest : testing::Test {
     face = desktop.FaceOf(window);
     Frame();
   }
-  static void Frame() {
-    QTest::qWait(120);
-    // On a busy machine the wait may be over before what has come due in it was served.
-    QCoreApplication::processEvents();
-  }
+  static void Frame() { WaitForFrame(); }
   template <class Widget>
   Widget& Find(const QString& name) {
     auto* widget = face->findChild<Widget*>(name);

@@ -12,6 +12,7 @@
 
 #include "forms/Form.h"
 #include "history/FormattedText.h"
+#include "tests/support/FaceFrame.h"
 #include "tests/support/FakeDesktop.h"
 #include "ui/faces/RichTextView.h"
 
@@ -27,8 +28,7 @@ struct RichTextViewTest : testing::Test {
     view.setFocus();
     Frame();
   }
-  // Long enough for the pause behind an expensive frame.
-  static void Frame() { QTest::qWait(60); }
+  void Frame() { WaitUntilSettled(view); }
   void Append(const QString& text, Colour colour = 0) {
     box.SetSelStart(box.TextLength());
     box.SetSelColor(colour);
