@@ -415,6 +415,47 @@ TEST_F(RichTextViewTest, A_hundred_megabytes_are_shown_in_every_format_without_a
   }
 }
 
+TEST_F(RichTextViewTest, End_means_the_end_of_a_text_whose_lines_are_still_being_counted) {
+  constexpr int kLines = 300'000;
+  QByteArray data;
+  for (int i = 0; i < kLines; ++i)
+    data += QByteArray(i % 60, 'x') + "\r\n";
+  const auto countOn = [this] { return QTest::qWaitFor([this] { return view.LineCount() == kLines + 1; }); };
+  const struct {
+    const char* name;
+    std::function<void()> act;
+    bool endsAtEnd;
+  } rows[] = {{"nothing", [] {}, false},
+              {"End", [this] { Key(Qt::Key_End); }, true},
+              {"End, then the bar",
+               [this] {
+                 Key(Qt::Key_End);
+                 Bar().setValue(100);
+               },
+               false},
+              {"End, then another key",
+               [this] {
+                 Key(Qt::Key_End);
+                 Key(Qt::Key_Up);
+               },
+               false},
+              {"End, then the mouse",
+               [this] {
+                 Key(Qt::Key_End);
+                 QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, {5, 5});
+               },
+               false}};
+  for (const auto& row : rows) {
+    box.SetText(BytesAsText(Payload(data)));
+    ASSERT_TRUE(QTest::qWaitFor([this] { return view.LineCount() > 1; })) << row.name;
+    ASSERT_LT(view.LineCount(), kLines) << row.name;
+    row.act();
+    const int former = Bar().value();
+    ASSERT_TRUE(countOn()) << row.name;
+    EXPECT_EQ(Bar().value(), row.endsAtEnd ? Bar().maximum() : former) << row.name;
+  }
+}
+
 TEST_F(RichTextViewTest, A_line_of_ten_megabytes_is_walked_through_nowhere) {
   box.SetText(BytesAsText(Payload(QByteArray(10'000'000, 'y'))));
   for (int i = 0; i < 200 && view.horizontalScrollBar()->maximum() < 9'000'000; ++i)

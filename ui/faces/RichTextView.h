@@ -93,6 +93,7 @@ class RichTextView : public QAbstractScrollArea {
   qsizetype mAnchor = 0;
   qsizetype mCursor = 0;
   bool mAtEnd = true;
+  bool mSeeksEnd = false;  // End was pressed, and there are lines still to be counted
   bool mSelecting = false;
 };
 
