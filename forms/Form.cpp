@@ -40,6 +40,8 @@ void Form::Load() {
 void Form::ShowAs(bool modal, Form* owner) {
   Load();
   if (!mLoaded) return;
+  // Minimised, a modal form would block all others while the user sees none.
+  if (!mVisible && mState == WindowState::kMinimized && !StaysMinimized()) mState = WindowState::kNormal;
   mVisible = true;
   mDesktop.ShowForm(*this, modal, owner);
   if (!modal) OnShown();

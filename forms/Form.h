@@ -36,6 +36,10 @@ class Form : public QObject {
   /// Whether its owner takes nothing from the user while it is shown, though showing it returns at once.
   virtual bool BlocksOwner() const { return false; }
 
+  /// Whether it comes up minimised when it was minimised before it was hidden. Any other form that is shown
+  /// anew comes up normal.
+  virtual bool StaysMinimized() const { return false; }
+
   bool IsLoaded() const { return mLoaded; }
   bool Visible() const { return mVisible; }
   /// Runs OnLoad unless the form is loaded. Where that fails the form is not loaded, so the next use tries

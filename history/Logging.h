@@ -178,6 +178,8 @@ class Logging : public Recorder {
   // Tree and grid.
   TreeView& Tree() const { return mAround.frmMain->SocketTree(); }
   const TreeNode& SelectedNode() const;
+  /// Whether the diagram follows this connection: its own node is selected.
+  bool ShowsInDiagram(const SocketPairHistory& history) const;
   bool IsExpanded(const QString& nodeKey) const;
   void ShowNewConnection(const SocketPairHistory& history);
   void MoveToFailedBranch(const SocketPairHistory& history);

@@ -108,6 +108,7 @@ void Logging::TrimHistory(SocketPairHistory& history, double limit) {
     --mlngTotalEvents;
   }
   if (const TreeNode* node = Tree().Find(key)) RenumberEventNodes(*node, key);
+  if (ShowsInDiagram(history)) mAround.frmMain->ConnectionDiagramPurged(history);
 }
 
 // So that the keys of the event nodes equal positions again.

@@ -278,9 +278,7 @@ void Logging::LogEvent(const SocketPair& objSocketPair, const SocketEventRef& ob
     if (mAround.frmRealTimeData->IsOn(RealTimeSwitch::kShowRealTimeData)) {
       ManageRealTimeData(*objEvent, objSocketPair);
     }
-    if (mGeneral.gblnConnectionDiagramSelected && SelectedNode().Key() == history->mstrSocketPairKey) {
-      mAround.frmMain->AddConnectionDiagramEvent(history);
-    }
+    if (ShowsInDiagram(*history)) mAround.frmMain->AddConnectionDiagramEvent(history);
     CountTowardPurge();
     if (mAround.frmRealTimeLogging->LoggingEnabled()) {
       mAround.frmRealTimeLogging->SaveEventToLogFile(objSocketPair, *objEvent);

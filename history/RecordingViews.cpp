@@ -14,6 +14,10 @@ const TreeNode& Logging::SelectedNode() const {
   return *node;
 }
 
+bool Logging::ShowsInDiagram(const SocketPairHistory& history) const {
+  return mGeneral.gblnConnectionDiagramSelected && SelectedNode().Key() == history.mstrSocketPairKey;
+}
+
 bool Logging::IsExpanded(const QString& nodeKey) const {
   const TreeNode* node = Tree().Find(nodeKey);
   return node && node->Expanded();

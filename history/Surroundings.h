@@ -28,6 +28,8 @@ class HistoryWindow : public MainWindow {
 
   /// The connection in view has one more event.
   virtual void AddConnectionDiagramEvent(const SocketPairHistoryRef& objHistory) = 0;
+  /// The connection in view has lost its oldest events.
+  virtual void ConnectionDiagramPurged(const SocketPairHistory& objHistory) = 0;
   /// Events of the connection in view were purged: it is drawn afresh at the next selection of an event.
   virtual void RequestRedraw() = 0;
   /// Takes what waits in the recorder's three lists into the real-time pane.

@@ -62,6 +62,16 @@ void ConnectionDiagram::AddEvent(const SocketPairHistory& history) {
   mPages.mintPageCount = DiagramPages::PageCount(count);
 }
 
+// Without this, events beyond a full last page would be drawn nowhere while the limit holds their number
+// there.
+void ConnectionDiagram::FollowPurge(const SocketPairHistory& history) {
+  const qint32 pages = std::max(1, DiagramPages::PageCount(history.mobjSocketPairEvents.Count()));
+  mPages.mintPageCount = pages;
+  if (mPages.mintCurrentPage < pages - 1) return;
+  mPages.mintCurrentPage = pages - 1;
+  BeginAnew(history);
+}
+
 // Under the eyes of the user: what was marked stays so, in its place on the screen.
 void ConnectionDiagram::BeginAnew(const SocketPairHistory& history) {
   Rect surface = mControls.fraConnectionPanel.Place();

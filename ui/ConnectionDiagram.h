@@ -35,6 +35,9 @@ class ConnectionDiagram {
 
   /// One new event at the end of the connection in view. Off the current page it only counts.
   void AddEvent(const SocketPairHistory& history);
+  /// The connection in view has lost its oldest events. The last page goes on with the newest ones; on a page
+  /// before it the reader is not disturbed.
+  void FollowPurge(const SocketPairHistory& history);
   /// Draws the current page afresh.
   void Display(const SocketPairHistory& history);
   void Clear();

@@ -258,9 +258,13 @@ void frmConfigure::SaveUnused(const QString& port, const QString& description) {
   mGeneral.mSettings.Save(kPortsInUse, port, description);
 }
 
+// A store that takes nothing is reported and holds no window.
 void frmConfigure::Close() {
-  SavePorts();
-  mGeneral.mSettings.Save(kOptions, kShowConfigAtStartUp, QString::number(chkShowAtStartUp.Value()));
+  mGeneral.Guard(
+      u"An error occurred while attempting to save the list of ports.  The operating system reports: ", [&] {
+        SavePorts();
+        mGeneral.mSettings.Save(kOptions, kShowConfigAtStartUp, QString::number(chkShowAtStartUp.Value()));
+      });
   Hide();
   Form& window = mShell.Window();
   if (window.State() != WindowState::kMinimized) window.BringToFront();

@@ -52,6 +52,9 @@ class frmMain : public Form, public HistoryWindow, public StatusPanes, public Ma
   /// Lays everything out for the size that the window has now. Nothing happens before it has one.
   void ResizeForm() override;
 
+  /// It starts minimised where the user wants that, and comes back so when the icon that hid it goes.
+  bool StaysMinimized() const override { return true; }
+
   // The grid's column sets; each clears the headers first.
   void ConfigureGridForAllActivity() override;
   void ConfigureGridForConnection() override;
@@ -68,6 +71,7 @@ class frmMain : public Form, public HistoryWindow, public StatusPanes, public Ma
 
   // The diagram.
   void AddConnectionDiagramEvent(const SocketPairHistoryRef& history) override;
+  void ConnectionDiagramPurged(const SocketPairHistory& history) override;
   void DisplayConnectionDiagram(const SocketPairHistoryRef& history) override;
   bool HighlightEvent(const std::shared_ptr<DiagramFigure>& figure) override;
   void UnhighlightEvent() override { mDiagram.UnhighlightEvent(); }

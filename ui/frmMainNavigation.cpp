@@ -71,6 +71,11 @@ void frmMain::AddConnectionDiagramEvent(const SocketPairHistoryRef& history) {
   RefreshNavigation();
 }
 
+void frmMain::ConnectionDiagramPurged(const SocketPairHistory& history) {
+  mDiagram.FollowPurge(history);
+  RefreshNavigation();
+}
+
 // Pages are told of in the event history, too, where none is drawn that would count them.
 bool frmMain::CheckForPageChange(qint16 event) {
   if (mobjCurrentHistory)

@@ -207,9 +207,10 @@ void frmMain::ShowEventInDiagram(const SocketPairHistory& history, qint16 positi
     HighlightEvent(history.mobjSocketPairEvents.Item(position)->mobjUIObject.lock());
 }
 
+// An event has nothing to unfold; unfolded it would count as a branch that is open already.
 void frmMain::ExpandSelected() {
   TreeNode* node = tvwSockets.SelectedItem();
-  if (node) tvwSockets.FoldByHand(*node, true);
+  if (node && node->Image() != kEventImage) tvwSockets.FoldByHand(*node, true);
 }
 
 // Nothing is added to a branch while it is folded; what came meanwhile comes when the user unfolds it. The

@@ -22,6 +22,7 @@
 #include "forms/Form.h"
 #include "forms/ListView.h"
 #include "forms/TreeView.h"
+#include "tests/support/FaceFrame.h"
 #include "tests/support/FakeDesktop.h"
 #include "ui/faces/Binder.h"
 
@@ -45,11 +46,7 @@ struct BinderTest : testing::Test {
   static void Click(QWidget& widget) {
     QTest::mouseClick(&widget, Qt::LeftButton, {}, {8, widget.height() / 2});
   }
-  static void Frame() {
-    QTest::qWait(30);
-    // On a busy machine the wait may be over before it has served what came due in it.
-    QCoreApplication::processEvents();
-  }
+  static void Frame() { WaitForFrame(); }
 
   Journal journal;
   FakeDesktop desktop{journal};

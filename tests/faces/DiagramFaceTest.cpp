@@ -12,6 +12,7 @@
 #include "engine/Listening.h"
 #include "history/Logging.h"
 #include "tests/support/AviMaker.h"
+#include "tests/support/FaceFrame.h"
 #include "tests/support/HistoryFakes.h"
 #include "tests/support/World.h"
 #include "ui/DiagramKinds.h"
@@ -95,7 +96,7 @@ struct DiagramFaceTest : testing::Test {
     event->mstrEventTime = QStringLiteral("10:00:00.000");
     history->AddEvent(event);
   }
-  static void Frame() { QTest::qWait(120); }
+  static void Frame() { WaitForFrame(); }
   DiagramFace& Canvas() const { return *face->findChild<DiagramFace*>(); }
   QScrollBar& Bar() const { return *face->findChild<QScrollBar*>(QStringLiteral("scrConnectionPanelVert")); }
   /// The middle of a cell on the canvas.
@@ -252,7 +253,7 @@ TEST_F(DiagramFaceTest, Files_that_cannot_be_used_leave_empty_cells_and_are_repo
 TEST_F(DiagramFaceTest, A_broken_picture_within_an_animation_is_reported_once_and_stops_it) {
   WriteStills();
   Write("C2SData.avi", avi::File({Png(Qt::red, {128, 48}), QByteArray("\x89PNG\r\n\x1a\n") + "nothing"},
-                                 {.scale = kFrameMs, .rate = 1000}));
+                                 {.scale = 8 * kFrameMs, .rate = 1000}));
   ShowConnection(1);
   ASSERT_TRUE(Canvas().IsPlaying());
   for (int i = 0; i < 40 && world.mErrors.mTexts.isEmpty(); ++i)

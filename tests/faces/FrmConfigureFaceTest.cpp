@@ -6,6 +6,7 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMessageBox>
+#include <QPlainTextEdit>
 #include <QPushButton>
 #include <QTest>
 #include <QTimer>
@@ -15,10 +16,12 @@
 
 #include "protocols/ProtocolPassThru.h"
 #include "tests/support/DialogFakes.h"
+#include "tests/support/FaceFrame.h"
 #include "tests/support/RealNet.h"
 #include "ui/faces/FormFace.h"
 #include "ui/faces/WidgetDesktop.h"
 #include "ui/frmConfigure.h"
+#include "ui/frmError.h"
 #include "ui/frmPort.h"
 
 namespace veltrane {
@@ -72,7 +75,7 @@ struct FrmConfigureFaceTest : testing::Test {
       marks += list.item(row)->checkState() == Qt::Checked ? u'x' : u'-';
     return marks;
   }
-  static void Serve() { QTest::qWait(40); }
+  static void Serve() { WaitForFrame(); }
   /// Runs hand on the dialog that the next click opens.
   static void WhenOpen(const std::function<void(QWidget&)>& hand) {
     QTimer::singleShot(60, [hand] {
@@ -197,6 +200,41 @@ TEST_F(FrmConfigureFaceTest, Enter_on_a_row_of_the_port_dialog_takes_the_row_onc
   EXPECT_EQ(answers, 1);
 }
 
+TEST_F(FrmConfigureFaceTest, The_error_window_takes_input_while_the_port_dialog_is_open) {
+  struct PressCounter : QObject {
+    bool eventFilter(QObject*, QEvent* event) override {
+      count += event->type() == QEvent::MouseButtonPress;
+      return false;
+    }
+    int count = 0;
+  };
+  Show();
+  frmError error(widgets);
+  error.SetGeneral(general);
+  for (const bool isOpenBefore : {true, false}) {
+    PressCounter barred;
+    PressCounter taken;
+    if (isOpenBefore) error.LogError(QStringLiteral("it failed"));
+    WhenOpen([&](QWidget& dialog) {
+      if (!isOpenBefore) error.LogError(QStringLiteral("it failed"));
+      const FormFace& log = *widgets.FaceOf(error);
+      auto& text = FindIn<QPlainTextEdit>(log, "txtErrorMessage");
+      text.viewport()->installEventFilter(&taken);
+      face->installEventFilter(&barred);
+      // As the desktop gives it, to the window: a widget that is given it directly is not asked for modality.
+      QTest::mouseClick(log.windowHandle(), Qt::LeftButton, {}, text.geometry().center());
+      QTest::mouseClick(face->windowHandle(), Qt::LeftButton, {}, {2, 2});
+      dialog.close();
+    });
+    Press("cmdPortAdd");
+    EXPECT_EQ(taken.count, 1) << isOpenBefore;
+    EXPECT_EQ(barred.count, 0) << isOpenBefore;
+    EXPECT_TRUE(error.Visible());
+    EXPECT_EQ(widgets.FaceOf(error)->windowHandle()->transientParent(), nullptr) << isOpenBefore;
+    error.Hide();
+  }
+}
+
 TEST_F(FrmConfigureFaceTest, A_port_dialog_that_was_minimised_still_has_what_was_typed_and_takes_it) {
   Show();
   bool open = true;
@@ -221,6 +259,27 @@ TEST_F(FrmConfigureFaceTest, A_port_dialog_that_was_minimised_still_has_what_was
   open = false;
   EXPECT_TRUE(confirmed) << "it is open until the user closes it";
   EXPECT_EQ(form.lvwPort.Count(), 1);
+}
+
+TEST_F(FrmConfigureFaceTest, A_port_dialog_that_was_closed_minimised_comes_up_normal) {
+  Show();
+  bool minimized = false;
+  WhenOpen([&](QWidget& dialog) {
+    dialog.showMinimized();
+    QCoreApplication::processEvents();
+    minimized = port.State() == WindowState::kMinimized;
+    dialog.close();
+  });
+  Press("cmdPortAdd");
+  EXPECT_TRUE(minimized);
+  bool opened = false;
+  WhenOpen([&](QWidget& dialog) {
+    opened = true;
+    EXPECT_FALSE(dialog.isMinimized());
+    dialog.close();
+  });
+  Press("cmdPortAdd");
+  EXPECT_TRUE(opened);
 }
 
 TEST_F(FrmConfigureFaceTest, Every_control_has_its_widget_and_the_texts_read_as_they_should) {

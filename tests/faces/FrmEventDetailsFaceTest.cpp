@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/FaceFrame.h"
 #include "tests/support/World.h"
 #include "ui/EventDiagram.h"
 #include "ui/faces/FormFace.h"
@@ -44,7 +45,10 @@ struct FrmEventDetailsFaceTest : testing::Test {
     form.FaceActivated();
     Frame();
   }
-  static void Frame() { QTest::qWait(60); }
+  void Frame() {
+    WaitForFrame();
+    WaitUntilSettled(Data());
+  }
   template <class Widget>
   Widget& Find(const QString& name) {
     auto* widget = face->findChild<Widget*>(name);

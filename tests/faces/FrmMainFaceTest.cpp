@@ -17,7 +17,9 @@
 #include "forms/TreeModel.h"
 #include "history/Logging.h"
 #include "tests/faces/Look.h"
+#include "tests/support/FaceFrame.h"
 #include "tests/support/HistoryFakes.h"
+#include "tests/support/TreeLines.h"
 #include "tests/support/World.h"
 #include "ui/faces/FormFace.h"
 #include "ui/faces/FrameUpdate.h"
@@ -53,11 +55,7 @@ struct FrmMainFaceTest : testing::Test {
     face = desktop.FaceOf(window);
     Frame();
   }
-  static void Frame() {
-    QTest::qWait(120);
-    // On a busy machine the wait may be over before what has come due in it was served.
-    QCoreApplication::processEvents();
-  }
+  static void Frame() { WaitForFrame(); }
   template <class Widget>
   Widget& Find(const QString& name) {
     auto* widget = face->findChild<Widget*>(name);
@@ -502,22 +500,6 @@ TEST_F(FrmMainFaceTest, Real_time_data_is_shown_in_one_width) {
   window.txtRealTime.SetSelText(QStringLiteral("<b>x</b>\r\n"));
   Frame();
   EXPECT_EQ(text.LineCount(), 2);
-}
-
-/// The rows of a tree as lines, from the logic and from the view.
-void Lines(const TreeNode& node, int depth, QStringList& lines) {
-  const bool open = node.ChildCount() > 0 && node.Expanded();
-  lines.append(QString(depth, u' ') + node.Text() + u'|' + node.Image() + (open ? u'v' : u'>'));
-  for (qsizetype i = 0; i < node.ChildCount(); ++i)
-    Lines(node.Child(i), depth + 1, lines);
-}
-void Lines(const QTreeView& view, const QModelIndex& index, int depth, QStringList& lines) {
-  const QAbstractItemModel& model = *view.model();
-  const bool open = model.rowCount(index) > 0 && view.isExpanded(index);
-  lines.append(QString(depth, u' ') + index.data().toString() + u'|' +
-               index.data(TreeModel::kImageRole).toString() + (open ? u'v' : u'>'));
-  for (int row = 0; row < model.rowCount(index); ++row)
-    Lines(view, model.index(row, 0, index), depth + 1, lines);
 }
 
 TEST_F(FrmMainFaceTest, Tree_and_grid_show_their_models_after_1000_random_changes) {

@@ -12,6 +12,7 @@
 
 #include "forms/Form.h"
 #include "history/FormattedText.h"
+#include "tests/support/FaceFrame.h"
 #include "tests/support/FakeDesktop.h"
 #include "ui/faces/RichTextView.h"
 
@@ -27,8 +28,7 @@ struct RichTextViewTest : testing::Test {
     view.setFocus();
     Frame();
   }
-  // Long enough for the pause behind an expensive frame.
-  static void Frame() { QTest::qWait(60); }
+  void Frame() { WaitUntilSettled(view); }
   void Append(const QString& text, Colour colour = 0) {
     box.SetSelStart(box.TextLength());
     box.SetSelColor(colour);
@@ -412,6 +412,47 @@ TEST_F(RichTextViewTest, A_hundred_megabytes_are_shown_in_every_format_without_a
     view.viewport()->repaint();
     EXPECT_LT(clock.elapsed(), 500) << format;
     EXPECT_EQ(view.FirstLine(), Bar().maximum());
+  }
+}
+
+TEST_F(RichTextViewTest, End_means_the_end_of_a_text_whose_lines_are_still_being_counted) {
+  constexpr int kLines = 300'000;
+  QByteArray data;
+  for (int i = 0; i < kLines; ++i)
+    data += QByteArray(i % 60, 'x') + "\r\n";
+  const auto countOn = [this] { return QTest::qWaitFor([this] { return view.LineCount() == kLines + 1; }); };
+  const struct {
+    const char* name;
+    std::function<void()> act;
+    bool endsAtEnd;
+  } rows[] = {{"nothing", [] {}, false},
+              {"End", [this] { Key(Qt::Key_End); }, true},
+              {"End, then the bar",
+               [this] {
+                 Key(Qt::Key_End);
+                 Bar().setValue(100);
+               },
+               false},
+              {"End, then another key",
+               [this] {
+                 Key(Qt::Key_End);
+                 Key(Qt::Key_Up);
+               },
+               false},
+              {"End, then the mouse",
+               [this] {
+                 Key(Qt::Key_End);
+                 QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, {5, 5});
+               },
+               false}};
+  for (const auto& row : rows) {
+    box.SetText(BytesAsText(Payload(data)));
+    ASSERT_TRUE(QTest::qWaitFor([this] { return view.LineCount() > 1; })) << row.name;
+    ASSERT_LT(view.LineCount(), kLines) << row.name;
+    row.act();
+    const int former = Bar().value();
+    ASSERT_TRUE(countOn()) << row.name;
+    EXPECT_EQ(Bar().value(), row.endsAtEnd ? Bar().maximum() : former) << row.name;
   }
 }
 

@@ -99,6 +99,22 @@ TEST_F(SaveFromMainWindowTest, The_dialog_takes_the_main_windows_input_and_the_c
   EXPECT_EQ(logging.mobjSocketPairHistory.Item(1)->mobjSocketPairEvents.Count(), 4) << "connections go on";
 }
 
+TEST_F(SaveFromMainWindowTest, A_dialog_that_was_minimised_and_closed_comes_up_normal) {
+  Record(QStringLiteral("KEY1"), "one");
+  Select({"PROTO1000", "CON100010.0.0.110.0.0.2", "KEY1"});
+  window.mnuSaveHistory.Click();
+  FormFace* face = desktop.FaceOf(save);
+  ASSERT_NE(face, nullptr);
+  face->showMinimized();
+  QCoreApplication::processEvents();
+  ASSERT_EQ(save.State(), WindowState::kMinimized);
+  face->close();
+  ASSERT_FALSE(save.Visible());
+  window.mnuSaveHistory.Click();
+  EXPECT_TRUE(face->isVisible());
+  EXPECT_FALSE(face->isMinimized());
+}
+
 TEST_F(SaveFromMainWindowTest, A_click_into_the_tree_selects_nothing_while_the_dialog_is_open) {
   Record(QStringLiteral("KEY1"), "one");
   Select({"PROTO1000", "CON100010.0.0.110.0.0.2", "KEY1"});

@@ -197,6 +197,21 @@ TEST_F(WidgetDesktopTest, Showing_a_minimised_window_again_brings_it_back) {
   EXPECT_FALSE(face->isMinimized());
 }
 
+TEST_F(WidgetDesktopTest, A_window_that_was_minimised_and_closed_comes_up_normal) {
+  error.SetGeneral(world.mGeneral);
+  error.LogError(QStringLiteral("first"));
+  FormFace* face = desktop.FaceOf(error);
+  face->showMinimized();
+  QCoreApplication::processEvents();
+  ASSERT_EQ(error.State(), WindowState::kMinimized);
+  face->close();
+  ASSERT_FALSE(face->isVisible());
+  error.LogError(QStringLiteral("second"));
+  EXPECT_TRUE(face->isVisible());
+  EXPECT_FALSE(face->isMinimized());
+  EXPECT_EQ(error.State(), WindowState::kNormal);
+}
+
 TEST_F(WidgetDesktopTest, The_next_failure_leaves_the_place_where_the_user_reads) {
   error.SetGeneral(world.mGeneral);
   for (int i = 0; i < 100; ++i)

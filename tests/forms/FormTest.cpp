@@ -100,6 +100,24 @@ TEST_F(FormTest, The_face_tells_size_and_state) {
   EXPECT_EQ(journal.lines, (QStringList{QStringLiteral("resize"), QStringLiteral("resize")}));
 }
 
+TEST_F(FormTest, A_form_that_was_hidden_minimised_is_shown_normal) {
+  form.Show();
+  form.FaceStateChanged(WindowState::kMinimized);
+  form.Show();
+  EXPECT_EQ(form.State(), WindowState::kMinimized) << "its face brings back one that is shown";
+  form.Hide();
+  form.Show();
+  EXPECT_EQ(form.State(), WindowState::kNormal);
+  form.FaceStateChanged(WindowState::kMinimized);
+  form.Unload();
+  form.Show();
+  EXPECT_EQ(form.State(), WindowState::kNormal);
+  form.FaceStateChanged(WindowState::kMaximized);
+  form.Hide();
+  form.Show();
+  EXPECT_EQ(form.State(), WindowState::kMaximized);
+}
+
 TEST_F(FormTest, The_logic_tells_the_face_what_it_sets) {
   int geometries = 0;
   int states = 0;

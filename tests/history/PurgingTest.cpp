@@ -195,6 +195,29 @@ TEST_F(PurgingTest, Without_a_node_no_redraw_is_requested) {
   EXPECT_TRUE(Take().isEmpty());
 }
 
+TEST_F(PurgingTest, The_diagram_is_told_once_a_run_and_only_of_the_connection_that_it_follows) {
+  OpenPort();
+  Connected();
+  SocketPair& other = Connected(QStringLiteral("KEY2"));
+  Tree().Add(ProtocolNodeKey(1000), QStringLiteral("KEY1"), QStringLiteral("A"), QStringLiteral("Socket"));
+  Tree().Add(ProtocolNodeKey(1000), QStringLiteral("KEY2"), QStringLiteral("B"), QStringLiteral("Socket"));
+  Select(QStringLiteral("KEY2"));
+  const QStringList told{QStringLiteral("ConnectionDiagramPurged KEY2")};
+  const auto purgeTo = [this](int limit) {
+    fakes.mPurge.mMaximumEventCount = QString::number(limit);
+    Take();
+    logging.KillDeadSocketConnections();
+    return Take().filter(QStringLiteral("Purged"));
+  };
+  for (int i = 0; i < 8; ++i)
+    logging.ServerBytesReceived(other, Bytes(1), false);
+  EXPECT_EQ(purgeTo(9), QStringList()) << "the diagram is not chosen";
+  world.mGeneral.gblnConnectionDiagramSelected = true;
+  EXPECT_EQ(purgeTo(5), told);
+  EXPECT_EQ(purgeTo(5), QStringList()) << "nothing has gone";
+  EXPECT_EQ(purgeTo(1), told) << "also KEY1 has lost one";
+}
+
 TEST_F(PurgingTest, A_limit_of_0_events_fails_after_they_have_gone) {
   WithEvents(3);
   fakes.mPurge.mMaximumEventCount = QStringLiteral("0");

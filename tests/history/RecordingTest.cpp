@@ -327,6 +327,7 @@ TEST_F(RecordingTest, The_tail_takes_its_steps_in_order) {
   EXPECT_EQ(Take(),
             (QStringList{QStringLiteral("tree"), QStringLiteral("tmrRealTimeData_Timer"),
                          QStringLiteral("AddConnectionDiagramEvent KEY1"), QStringLiteral("RequestRedraw"),
+                         QStringLiteral("ConnectionDiagramPurged KEY1"),
                          QStringLiteral("SaveEventToLogFile 17"), QStringLiteral("DataSent True")}));
   // With the grid in the place of the diagram its row comes with the node.
   world.mGeneral.gblnConnectionDiagramSelected = false;

@@ -19,6 +19,7 @@ class FakeMainWindow : public Form, public HistoryWindow {
     tvwSockets.Add({}, QStringLiteral("ROOT"), QStringLiteral("All Activity"), QStringLiteral("AllActivity"));
   }
 
+  bool StaysMinimized() const override { return true; }
   TreeView& SocketTree() override { return tvwSockets; }
   TreeNodeRef SelectedNode() const override {
     TreeNode* node = tvwSockets.SelectedItem();
@@ -44,6 +45,9 @@ class FakeMainWindow : public Form, public HistoryWindow {
     mJournal.Note(QStringLiteral("AddConnectionDiagramEvent ") + history->mstrSocketPairKey);
     mDiagramServer = history->mstrRemoteServerIP;
     mDiagramError = history->mlngErrorNumber;
+  }
+  void ConnectionDiagramPurged(const SocketPairHistory& history) override {
+    mJournal.Note(QStringLiteral("ConnectionDiagramPurged ") + history.mstrSocketPairKey);
   }
   void RequestRedraw() override {
     mJournal.Note(QStringLiteral("RequestRedraw"));

@@ -589,8 +589,12 @@ TEST_F(FrmConfigureTest, A_store_that_fails_half_way_through_closing_loses_no_po
   NextAdd("8081", "new");
   form.cmdPortAdd.Click();
   world.mStore.mWritesBeforeFailure = 0;
-  EXPECT_THROW(form.cmdClose.Click(), Failure);
-  EXPECT_TRUE(form.Visible());
+  form.cmdClose.Click();
+  EXPECT_FALSE(form.Visible());
+  ASSERT_EQ(world.mErrors.mTexts.size(), 1);
+  EXPECT_TRUE(world.mErrors.mTexts[0].startsWith(
+      QStringLiteral("An error occurred while attempting to save the list of ports.  The operating system "
+                     "reports: ")));
   world.mStore.mWritesBeforeFailure = -1;
   EXPECT_EQ(Description("25"), QStringLiteral("SMTP"));
   EXPECT_EQ(Description("1000"), QStringLiteral("Apps"));

@@ -303,6 +303,18 @@ TEST_F(FrmMainHistoryTest, A_connection_folded_through_a_purge_fits_when_it_is_u
   ExpectNodesFitEvents();
 }
 
+TEST_F(FrmMainHistoryTest, A_double_click_on_an_event_leaves_its_next_click_what_it_was) {
+  Connected();
+  Open(kKey);
+  eventDetails.Show();
+  Click(QStringLiteral("KEY1-1"));
+  window.tvwSockets.DoubleClick();
+  EXPECT_FALSE(Node(QStringLiteral("KEY1-1")).Expanded());
+  world.mJournal.Take();
+  Click(QStringLiteral("KEY1-1"));
+  EXPECT_TRUE(world.mJournal.Take().contains(QStringLiteral("SetDetails KEY1 1")));
+}
+
 TEST_F(FrmMainHistoryTest, The_row_of_an_event_that_came_while_its_branch_was_folded_leads_to_it) {
   SocketPair& pair = Connected();
   Open(kKey);

@@ -77,8 +77,12 @@ void FormFace::FollowState() {
 }
 
 void FormFace::ShowInState() {
-  if (!isVisible()) FollowGeometry();
-  if (!isVisible() && mForm.State() == WindowState::kMinimized) {
+  const bool minimized = mForm.State() == WindowState::kMinimized;
+  if (!isVisible()) {
+    FollowGeometry();
+    if (!minimized) setWindowState(windowState() & ~Qt::WindowMinimized);
+  }
+  if (!isVisible() && minimized) {
     showMinimized();
   } else {
     show();

@@ -14,7 +14,7 @@ class FormFace : public QWidget {
   explicit FormFace(Form& form);
 
   Form& GetForm() const { return mForm; }
-  /// Shows the window, minimised when that is the form's state.
+  /// Shows the window, minimised if and only if that is the form's state.
   void ShowInState();
   void SetTopMost(bool topMost);
   /// The widget whose size is that of the form's inner area, when it is not the whole window.

@@ -67,8 +67,10 @@ RichTextView::RichTextView(QWidget* parent) : QAbstractScrollArea(parent) {
   mDrag.setInterval(kDragIntervalMs);
   connect(&mFrame, &QTimer::timeout, this, &RichTextView::ShowFrame);
   connect(&mDrag, &QTimer::timeout, this, &RichTextView::DragOn);
-  connect(verticalScrollBar(), &QScrollBar::valueChanged, this,
-          [this](int value) { mAtEnd = value == verticalScrollBar()->maximum(); });
+  connect(verticalScrollBar(), &QScrollBar::valueChanged, this, [this](int value) {
+    mAtEnd = value == verticalScrollBar()->maximum();
+    if (!mAtEnd) mSeeksEnd = false;
+  });
   for (QScrollBar* bar : {verticalScrollBar(), horizontalScrollBar()})
     connect(bar, &QScrollBar::valueChanged, viewport(), qOverload<>(&QWidget::update));
   MeasureCells();
@@ -107,9 +109,13 @@ bool RichTextView::TakeText() {
   const bool isNew = mGeneration != mBox->Generation();
   mGeneration = mBox->Generation();
   // Of an earlier text there is no place to stay at.
-  if (isNew) mAtEnd = true;
+  if (isNew) {
+    mAtEnd = true;
+    mSeeksEnd = false;
+  }
   const bool complete = mLines->Update(kSlice);
   RefreshScrollBars();
+  if (complete) mSeeksEnd = false;
   if (isNew && !EndIsWanted()) {
     verticalScrollBar()->setValue(0);
     horizontalScrollBar()->setValue(0);
@@ -118,7 +124,7 @@ bool RichTextView::TakeText() {
 }
 
 bool RichTextView::EndIsWanted() const {
-  return mAtEnd && mBox && mBox->SelStart() == mBox->TextLength();
+  return mSeeksEnd || (mAtEnd && mBox && mBox->SelStart() == mBox->TextLength());
 }
 
 void RichTextView::RefreshScrollBars() {
@@ -320,6 +326,7 @@ void RichTextView::OfferToPrimary() const {
 void RichTextView::keyPressEvent(QKeyEvent* event) {
   if (!mLines) return QAbstractScrollArea::keyPressEvent(event);
   QScrollBar& vertical = *verticalScrollBar();
+  mSeeksEnd = false;
   if (event->matches(QKeySequence::Copy)) {
     Copy();
   } else if (event->matches(QKeySequence::SelectAll)) {
@@ -331,6 +338,7 @@ void RichTextView::keyPressEvent(QKeyEvent* event) {
     horizontalScrollBar()->setValue(0);
   } else if (event->key() == Qt::Key_End) {
     vertical.setValue(vertical.maximum());
+    mSeeksEnd = mLines->Known() < mBox->TextLength();
   } else {
     QAbstractScrollArea::keyPressEvent(event);
   }
@@ -394,6 +402,7 @@ void RichTextView::ScrollTo(qsizetype position) {
 }
 
 void RichTextView::mousePressEvent(QMouseEvent* event) {
+  mSeeksEnd = false;
   if (!mLines || event->button() != Qt::LeftButton) return;
   const qsizetype position = PositionAt(event->pos());
   Select(event->modifiers().testFlag(Qt::ShiftModifier) ? mAnchor : position, position);

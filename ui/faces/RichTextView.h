@@ -36,6 +36,8 @@ class RichTextView : public QAbstractScrollArea {
   /// Where the character at a position is drawn, in the viewport; wherever that is when it is not seen.
   QRect CellAt(qsizetype position) const;
   qsizetype FirstLine() const;
+  /// Whether there is nothing that the next frame would show.
+  bool IsSettled() const { return !mFrame.isActive(); }
   qsizetype LineCount() const { return mLines ? mLines->Count() : 0; }
 
  protected:
@@ -91,6 +93,7 @@ class RichTextView : public QAbstractScrollArea {
   qsizetype mAnchor = 0;
   qsizetype mCursor = 0;
   bool mAtEnd = true;
+  bool mSeeksEnd = false;  // End was pressed, and there are lines still to be counted
   bool mSelecting = false;
 };
 

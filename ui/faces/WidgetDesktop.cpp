@@ -9,6 +9,7 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QMessageBox>
+#include <QPointer>
 #include <QThread>
 #include <QUrl>
 #include <QWindow>
@@ -45,7 +46,48 @@ void SetOwner(FormFace& face, const FormFace* owner) {
   face.windowHandle()->setTransientParent(owner ? owner->windowHandle() : nullptr);
 }
 
+// Failures are told whatever is open: their window takes input over a modal one, as a window of that one.
+bool TellsFailures(const Form& form) {
+  return dynamic_cast<const ErrorSink*>(&form);
+}
+
+FormFace* ModalFace() {
+  auto* face = qobject_cast<FormFace*>(QApplication::activeModalWidget());
+  return face && face->windowModality() == Qt::ApplicationModal ? face : nullptr;
+}
+
 }  // namespace
+
+/// For one showing of a modal window: the windows of failures are its own. Those that were on the screen
+/// before get back the owner that they had, those that came since then have none.
+class WidgetDesktop::Lending {
+ public:
+  Lending(const QHash<const Form*, FormFace*>& faces, const FormFace& modal)
+      : mFaces(faces), mModal(modal.windowHandle()) {
+    for (const FormFace* face : mFaces) {
+      QWindow* window = face->windowHandle();
+      if (!TellsFailures(face->GetForm()) || !face->isVisible() || window == mModal) continue;
+      if (window->isAncestorOf(mModal, QWindow::IncludeTransients)) continue;
+      mLent.emplace_back(window, window->transientParent());
+      window->setTransientParent(mModal);
+    }
+  }
+  ~Lending() {
+    for (const FormFace* face : mFaces) {
+      QWindow* window = face->windowHandle();
+      const bool isOwned = mModal && window && window->transientParent() == mModal;
+      if (isOwned && TellsFailures(face->GetForm())) window->setTransientParent(nullptr);
+    }
+    for (const auto& [window, owner] : mLent)
+      if (window) window->setTransientParent(owner);
+  }
+  Q_DISABLE_COPY_MOVE(Lending)
+
+ private:
+  const QHash<const Form*, FormFace*>& mFaces;
+  const QPointer<QWindow> mModal;
+  QList<std::pair<QPointer<QWindow>, QPointer<QWindow>>> mLent;
+};
 
 WidgetDesktop::WidgetDesktop() = default;
 
@@ -67,7 +109,7 @@ FormFace* WidgetDesktop::Face(Form& form) {
 void WidgetDesktop::ShowForm(Form& form, bool modal, Form* owner) {
   FormFace* face = Face(form);
   if (!face) return;
-  const FormFace* ownerFace = owner ? FaceOf(*owner) : nullptr;
+  const FormFace* ownerFace = owner ? FaceOf(*owner) : TellsFailures(form) ? ModalFace() : nullptr;
   face->setWindowModality(modal ? Qt::ApplicationModal : form.BlocksOwner() ? Qt::WindowModal : Qt::NonModal);
   if (!face->isVisible()) SetOwner(*face, ownerFace);
   if (face->isVisible()) {
@@ -75,6 +117,8 @@ void WidgetDesktop::ShowForm(Form& form, bool modal, Form* owner) {
     if (face->isMinimized()) face->showNormal();
     face->raise();
   }
+  std::optional<Lending> lending;
+  if (modal) lending.emplace(mFaces, *face);
   face->ShowInState();
   if (!modal) return;
   QEventLoop loop;

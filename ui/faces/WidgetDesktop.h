@@ -35,6 +35,8 @@ class WidgetDesktop : public Desktop {
   void DoEvents() override;
 
  private:
+  class Lending;
+
   FormFace* Face(Form& form);
   static void WaitForScreen(const FormFace& face);
   static std::optional<QString> AskOnceForFile(const FileBox& box);
