@@ -164,7 +164,7 @@ void SocketPair::EndOrphan() {
   const auto isClosed = [](SocketState state) {
     return state == SocketState::kClosed || state == SocketState::kError;
   };
-  if (mDead || !mClientInitialised || !mobjProtocolHandler) return;
+  if (mDead || mblnTerminated || !mClientInitialised || !mobjProtocolHandler) return;
   if (!isClosed(ServerState()) || !isClosed(ClientState())) return;
   if (IsDue(tmrDangleStartTimer) || IsDue(tmrDangleStopTimer)) return;
   mDead = true;
