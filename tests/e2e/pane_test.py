@@ -119,7 +119,7 @@ class Pane(DisplayTest):
             with socket.create_connection(("127.0.0.1", port), timeout=20) as client:
                 client.sendall(b"M" * 64)
                 wait_for(lambda: self.shows(BLUE), 10, "the data")
-                wait_for(lambda: self.still(0.3), 10, "the pane to stand")
+                wait_for(self.still, 10, "the pane to stand")
             left, top, width, height = PANE
             rows = self.window.grey(left + 3, top + 3, width - 6, height - 6)
             self.assertLess(run.resident(), 200)

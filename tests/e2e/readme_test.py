@@ -115,7 +115,8 @@ class Readme(veltrane.ProgramTest):
     # Clients, each with a run of the program.
 
     def through(self, protocol, command, wanted, places, **settings):
-        """The command, with the port of here for the first of places, gets what is wanted."""
+        """The command, with the places of here, gets what is wanted. They are put in one after the other: no later
+        one may stand in what an earlier one has put in."""
         run, port = self.serve(protocol, **settings)
         for there, here in {key: value.format(port=port) for key, value in places.items()}.items():
             self.assertIn(there, command)
@@ -172,7 +173,7 @@ class Readme(veltrane.ProgramTest):
         self.need("lftp")
         site = self.file_site()
         self.through("FTP", command, "prices.txt", {
-            "UserId@ftp.example.org,secret": f"{site.USER}@127.0.0.1:{site.port},{site.PASSWORD}", "127.0.0.1:21": "127.0.0.1:{port}"
+            "127.0.0.1:21": "127.0.0.1:{port}", "UserId@ftp.example.org,secret": f"{site.USER}@127.0.0.1:{site.port},{site.PASSWORD}"
         })  # fmt: skip
 
     # Settings.
