@@ -55,12 +55,6 @@ EVERY_FAILURE = {
 }
 
 
-def megabytes(process):
-    """What the process has in memory."""
-    status = pathlib.Path(f"/proc/{process.pid}/status").read_text()
-    return int(re.search(r"VmRSS:\s+(\d+)", status).group(1)) / 1024
-
-
 def is_sanitized():
     """Whether the program keeps what it has freed for a while, so that a use of it would be seen."""
     return b"__asan_init" in pathlib.Path(veltrane.program()).read_bytes()
@@ -134,7 +128,7 @@ def at_once(count):
             got = sorted(int.from_bytes(read(end, 8), "big") for end in others)
             if got != list(range(count)):
                 raise AssertionError("not every connection carried its own")
-        memory = megabytes(run.process)
+        memory = run.resident()
         for end in clients + servers:
             end.close()
         told = finish(run, before)
@@ -153,9 +147,9 @@ def in_a_row(count, kept=False):
         for number in range(count):
             served += exchange_word(port)
             if number % max(1, count // 10) == 0:
-                samples.append(round(megabytes(run.process), 1))
+                samples.append(round(run.resident(), 1))
         seconds = time.monotonic() - began
-        samples.append(round(megabytes(run.process), 1))
+        samples.append(round(run.resident(), 1))
         told = finish(run, before)
     expected = min(count, 65536) if kept else count
     if served != expected:
@@ -280,7 +274,7 @@ def mixed(seconds, talkers=24):
         began = time.monotonic()
         for step in range(1, 11):
             time.sleep(max(0.0, began + seconds * step / 10 - time.monotonic()))
-            samples.append(round(megabytes(run.process), 1))
+            samples.append(round(run.resident(), 1))
             if run.ended():
                 raise AssertionError(run.process.stdout.read().decode(errors="replace"))
         traffic.end.set()
