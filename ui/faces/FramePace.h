@@ -26,18 +26,24 @@ class FramePace {
     update();
     QCoreApplication::sendPostedEvents(widget.window(), QEvent::UpdateRequest);
     mCostNs = clock.nsecsElapsed();
+    mSinceDrawn.start();
   }
 
-  /// ms from the wish to draw to the drawing.
+  /// ms from the wish to draw to the drawing. What comes after a rest, a user's click for instance, is drawn
+  /// at the next frame.
   int Pause() const {
-    return std::clamp(static_cast<int>(mCostNs * kCostToPause / 1'000'000), kFrameMs, mLongestMs);
+    if (!mSinceDrawn.isValid()) return kFrameMs;
+    const qint64 rest = std::min<qint64>(mCostNs * kCostToPause / 1'000'000, mLongestMs);
+    return static_cast<int>(std::max<qint64>(kFrameMs, rest - mSinceDrawn.elapsed()));
   }
 
  private:
-  static constexpr int kCostToPause = 20;
+  /// Each view that follows the traffic may take a fiftieth of the thread, so that all together take little.
+  static constexpr int kCostToPause = 50;
 
   int mLongestMs;
   qint64 mCostNs = 0;
+  QElapsedTimer mSinceDrawn;
 };
 
 }  // namespace veltrane

@@ -50,6 +50,12 @@ bool IsEnter(const QEvent& event) {
   return KeyOf(event) == Qt::Key_Return || KeyOf(event) == Qt::Key_Enter;
 }
 
+/// Has the view arrange its rows now instead of after the frame, whose cost would else be measured without
+/// it.
+void LayOut(const QTreeView& view) {
+  view.indexAt({});
+}
+
 /// Shows a TreeView. Lives as long as the widget.
 class TreeBinding : public QObject {
  public:
@@ -107,6 +113,7 @@ class TreeBinding : public QObject {
   void Update() {
     mUpdating = true;
     mModel.Publish();
+    LayOut(mView);
     mModel.TellExpansion(
         [this](const QModelIndex& index, bool expanded) { mView.setExpanded(index, expanded); });
     if (const TreeNode* selected = mTree.SelectedItem()) {
@@ -199,6 +206,7 @@ class ListBinding : public QObject {
   void Update() {
     mUpdating = true;
     mModel.Publish();
+    LayOut(mView);
     const ListItem* selected = mList.SelectedItem();
     const QModelIndex index = selected ? mModel.IndexOf(*selected) : QModelIndex();
     if (!IsMarked(index)) mView.setCurrentIndex(index);
