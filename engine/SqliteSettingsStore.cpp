@@ -16,7 +16,17 @@ namespace {
 // How long an operation waits for another program that holds the file. The thread waits with it.
 constexpr int kBusyTimeoutMs = 500;
 
+/// What another program changes in the file is seen after this time at the latest.
+constexpr std::chrono::milliseconds kTrust{5};
+
 constexpr std::array kFilesBesideTheStore{"", "-wal", "-shm", "-journal"};
+
+/// Letters without their case, as the store compares names: of ASCII only.
+QString Folded(QString name) {
+  for (QChar& letter : name)
+    if (letter >= u'A' && letter <= u'Z') letter = QChar(letter.unicode() | 0x20);
+  return name;
+}
 
 bool IsCorrupt(int result) {
   const int primary = result & 0xff;
@@ -254,10 +264,6 @@ void SqliteSettingsStore::MakeTable() {
 
 void SqliteSettingsStore::Prepare() {
   const auto prepare = [this](const char* sql) { return std::make_unique<Statement>(*this, sql); };
-  mGet = prepare(
-      "SELECT value FROM settings WHERE application = ? COLLATE NOCASE AND section = ? COLLATE NOCASE AND "
-      "key = "
-      "? COLLATE NOCASE ORDER BY rowid LIMIT 1");
   mAll = prepare(
       "SELECT key, value FROM settings WHERE application = ? COLLATE NOCASE AND section = ? COLLATE NOCASE "
       "ORDER "
@@ -308,9 +314,10 @@ void SqliteSettingsStore::SetAside() {
 }
 
 void SqliteSettingsStore::CloseStatements() {
-  for (auto* statement : {&mGet, &mAll, &mVersion, &mUpdate, &mInsert, &mDeleteKey, &mDeleteSection})
+  for (auto* statement : {&mAll, &mVersion, &mUpdate, &mInsert, &mDeleteKey, &mDeleteSection})
     statement->reset();
   mSections.clear();
+  mTrustedUntil = {};
 }
 
 void SqliteSettingsStore::CloseFile() {
@@ -342,33 +349,45 @@ bool SqliteSettingsStore::IsTheUsers() {
 
 QString SqliteSettingsStore::GetSetting(const QString& application, const QString& section,
                                         const QString& key, const QString& defaultValue) {
-  OpenAtFirstUse();
-  mGet->Start({application, section, key});
-  if (!mGet->Step()) return defaultValue;
-  QString value = mGet->Text(0);
-  mGet->Stop();
-  return value;
+  return Read(application, section).values.value(Folded(key), defaultValue);
 }
 
 QList<SettingRow> SqliteSettingsStore::GetAllSettings(const QString& application, const QString& section) {
-  OpenAtFirstUse();
-  Section& known = mSections[application + u'\n' + section];
-  QString version = Version();
-  if (known.version == version) return known.rows;
-  QList<SettingRow> rows;
-  mAll->Start({application, section});
-  while (mAll->Step())
-    rows.append({mAll->Text(0), mAll->Text(1)});
-  known = {std::move(version), rows};
-  return rows;
+  return Read(application, section).rows;
 }
 
-// The file counts the commits of other programs, and its connection the rows that this one changed.
-QString SqliteSettingsStore::Version() {
+const SqliteSettingsStore::Section& SqliteSettingsStore::Read(const QString& application,
+                                                              const QString& section) {
+  ForgetWhatChanged();
+  const QString name = application + u'\n' + section;
+  const auto known = mSections.constFind(name);
+  if (known != mSections.cend()) return *known;
+  Section read;
+  mAll->Start({application, section});
+  while (mAll->Step()) {
+    const SettingRow row{mAll->Text(0), mAll->Text(1)};
+    read.rows.append(row);
+    // Of rows with the same name the oldest counts.
+    const QString key = Folded(row.first);
+    if (!read.values.contains(key)) read.values.insert(key, row.second);
+  }
+  return *mSections.insert(name, read);
+}
+
+// Handlers read rows at every connection, thousands of times a second: the file is not asked each time.
+void SqliteSettingsStore::ForgetWhatChanged() {
+  const Clock::Instant now = mClock.Steady();
+  if (mDatabase && now < mTrustedUntil && sqlite3_total_changes64(mDatabase) == mOwnChanges) return;
+  OpenAtFirstUse();
+  // The file counts the commits of other programs, and its connection the rows that this one changed.
   mVersion->Start({});
   const QString others = mVersion->Step() ? mVersion->Text(0) : QString();
   mVersion->Stop();
-  return others + u' ' + QString::number(sqlite3_total_changes64(mDatabase));
+  const qint64 own = sqlite3_total_changes64(mDatabase);
+  if (others != mOthersChanges || own != mOwnChanges) mSections.clear();
+  mOthersChanges = others;
+  mOwnChanges = own;
+  mTrustedUntil = now + kTrust;
 }
 
 void SqliteSettingsStore::SaveSetting(const QString& application, const QString& section, const QString& key,

@@ -67,24 +67,29 @@ class SqliteSettingsStore : public SettingsStore {
   using FileNumber = std::pair<quint64, quint64>;
   static FileNumber NumberOf(const QString& path);
 
-  /// The rows of a section as of a version of the file.
   struct Section {
-    QString version;
     QList<SettingRow> rows;
+    /// By their names without case.
+    QHash<QString, QString> values;
   };
-  QString Version();
+  const Section& Read(const QString& application, const QString& section);
+  void ForgetWhatChanged();
 
   const QString mPath;
   const Clock& mClock;
   ErrorSink& mErrors;
   sqlite3* mDatabase = nullptr;
+  /// What has been read since the file changed.
   QHash<QString, Section> mSections;
+  QString mOthersChanges;
+  qint64 mOwnChanges = -1;
+  Clock::Instant mTrustedUntil{};
   /// The open file and those beside it, by their endings.
   QHash<QString, FileNumber> mOpenFiles;
   bool mMoved = false;
   bool mInMemory = false;
   int mOpenResult = 0;
-  std::unique_ptr<Statement> mGet, mAll, mVersion, mUpdate, mInsert, mDeleteKey, mDeleteSection;
+  std::unique_ptr<Statement> mAll, mVersion, mUpdate, mInsert, mDeleteKey, mDeleteSection;
 };
 
 }  // namespace veltrane

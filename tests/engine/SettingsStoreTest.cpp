@@ -47,12 +47,13 @@ struct SettingsStoreTest : testing::Test {
     store->GetAllSettings(kApp, QStringLiteral("any"));  // the first use opens it
     return store;
   }
-  /// Runs SQL as another program would.
-  void Sql(const char* sql) const {
+  /// Runs SQL as another program would, and lets the time go by after which such changes are seen.
+  void Sql(const char* sql) {
     sqlite3* database = nullptr;
     ASSERT_EQ(sqlite3_open(path.toUtf8().constData(), &database), SQLITE_OK);
     EXPECT_EQ(sqlite3_exec(database, sql, nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(database);
     sqlite3_close(database);
+    clock.mSteady += std::chrono::milliseconds(5);
   }
 
   QTemporaryDir folder;
@@ -442,6 +443,35 @@ TEST_F(SettingsStoreTest, A_number_as_key_of_an_untyped_table_is_found) {
   EXPECT_EQ(store->GetSetting(kApp, kSection, QStringLiteral("1000"), {}), QStringLiteral("Pass Through"));
   store->SaveSetting(kApp, kSection, QStringLiteral("1000"), QStringLiteral("FTP"));
   EXPECT_EQ(store->GetAllSettings(kApp, kSection).size(), 1);
+}
+
+TEST_F(SettingsStoreTest, Names_are_found_in_any_case_and_of_equal_ones_the_oldest_counts) {
+  const auto store = Open();
+  store->SaveSetting(kApp, kSection, QStringLiteral("Server"), QStringLiteral("first"));
+  Sql("INSERT INTO settings VALUES ('Veltrane', 'Options', 'SERVER', 'second')");
+  EXPECT_EQ(store->GetSetting(kApp, kSection, QStringLiteral("sErVeR"), {}), QStringLiteral("first"));
+  // As the file itself compares names: only letters of ASCII have a case.
+  store->SaveSetting(kApp, kSection, QStringLiteral("\u00e4"), QStringLiteral("small"));
+  EXPECT_EQ(store->GetSetting(kApp, kSection, QStringLiteral("\u00c4"), QStringLiteral("none")),
+            QStringLiteral("none"));
+}
+
+TEST_F(SettingsStoreTest,
+       What_another_program_changes_is_seen_after_five_milliseconds_and_own_changes_at_once) {
+  const auto store = Open();
+  store->SaveSetting(kApp, kSection, kKey, QStringLiteral("1"));
+  EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, {}), QStringLiteral("1"));
+  Sql("UPDATE settings SET value = '2'");
+  clock.mSteady -= std::chrono::milliseconds(1);
+  EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, {}), QStringLiteral("1"))
+      << "the file is not asked each time";
+  clock.mSteady += std::chrono::milliseconds(1);
+  EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, {}), QStringLiteral("2"));
+  store->SaveSetting(kApp, kSection, kKey, QStringLiteral("3"));
+  EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, {}), QStringLiteral("3"));
+  EXPECT_EQ(store->GetAllSettings(kApp, kSection).first().second, QStringLiteral("3"));
+  store->DeleteSetting(kApp, kSection, kKey);
+  EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, {}), QString());
 }
 
 TEST_F(SettingsStoreTest, A_damaged_store_that_cannot_be_moved_stays_and_the_run_has_settings_of_its_own) {
