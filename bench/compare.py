@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Measures the relay side by side with others, interleaved, and prints a table of medians and ratios.
+"""Measures the relay side by side with others, interleaved, and prints a table of medians and what is asked of them.
+It ends with 1 when something is missed.
 
     compare.py [--rounds N] [--quick] [--build FOLDER] [--only NAME ...]
 """
@@ -96,22 +97,45 @@ def ours(server, _folder):
     return Way("Veltrane", port, run=run)
 
 
-class Watched:
-    """Veltrane on a virtual display. Its connection is selected before it gets data, with its branch open, the
-    diagram shown and the pane in hex."""
+def picture(screen):
+    """The pixels of the screen, three bytes each."""
+    done = subprocess.run(["import", "-window", "root", "-depth", "8", "rgb:-"], env=screen.environment,
+                          capture_output=True, check=True)
+    return done.stdout
+
+
+def changed(before, after):
+    """The share of bytes that differ."""
+    assert len(before) == len(after)
+    return sum(left != right for left, right in zip(before, after)) / len(before)
+
+
+class Shown:
+    """Veltrane on a virtual display. Watched, its connection is selected before it gets data, with its branch open,
+    the diagram shown and the pane in hex."""
 
     FIRST_ROW, ROW = 99, 18  # the middle of the tree's first row, and the height of one, in pixels
 
-    name = "Veltrane watched"
-
-    def __init__(self, server, load):
+    def __init__(self, server, load, watched):
+        self.name = "Veltrane watched" if watched else "Veltrane shown"
         self.server = server
         self.load = load
+        self.watched = watched
         self.figures = {}
 
     def click(self, screen, row):
         screen.tool("mousemove", "120", str(self.FIRST_ROW + self.ROW * row), "click", "1")
         time.sleep(0.5)
+
+    def watch(self, screen):
+        before = picture(screen)
+        # Port, server and connection, each of which unfolds the next.
+        for row in (1, 2, 3):
+            self.click(screen, row)
+        screen.tool("key", "Right")
+        time.sleep(0.5)
+        # The diagram with its pictures takes the place of the grid; else nothing would be watched.
+        assert changed(before, picture(screen)) > 0.05, "no connection was selected"
 
     def rate(self, megabytes, direction):
         screen = veltrane.Screen()
@@ -131,17 +155,10 @@ class Watched:
                     text=True,
                 )
                 process.stdout.readline()
-                # Port, server and connection, each of which unfolds the next.
-                for row in (1, 2, 3):
-                    self.click(screen, row)
-                screen.tool("key", "Right")
-                time.sleep(0.5)
+                if self.watched:
+                    self.watch(screen)
                 output, _ = process.communicate("go\n")
-                title = subprocess.run(
-                    ["xdotool", "getwindowname", window], env=screen.environment, capture_output=True, text=True,
-                    check=True,
-                ).stdout
-                assert run.stop() == (0, ""), title
+                assert run.stop() == (0, "")
                 return float(output)
         finally:
             screen.close()
@@ -149,7 +166,7 @@ class Watched:
     def measure(self, quick):
         megabytes = 400 if quick else 2000
         for direction in ("down", "up"):
-            name = f"bulk {direction}, 1 connection (MB/s)"
+            name = MB_DOWN if direction == "down" else MB_UP
             self.figures.setdefault(name, []).append(self.rate(megabytes, direction))
 
     def close(self):
@@ -167,12 +184,14 @@ def measure(load, way, quick):
                                 stderr=subprocess.DEVNULL)
         time.sleep(0.3)
         try:
-            return run("rtt", way.port, count, 100)
+            figures = run("rtt", way.port, count, 100)
+            assert bulk.poll() is None, f"{way.name}: the bulk transfer ended too early"
+            return figures
         finally:
             bulk.kill()
             bulk.wait()
 
-    if isinstance(way, Watched):
+    if isinstance(way, Shown):
         way.measure(quick)
         return
     megabytes = 400 if quick else 2000
@@ -180,19 +199,55 @@ def measure(load, way, quick):
     if way.name == "mitmproxy":
         megabytes //= 10
     figures = {
-        "bulk down, 1 connection (MB/s)": run("bulk", way.port, 1, megabytes, "down")[0],
-        "bulk up, 1 connection (MB/s)": run("bulk", way.port, 1, megabytes, "up")[0],
-        "bulk down, 4 connections (MB/s)": run("bulk", way.port, 4, megabytes, "down")[0],
+        MB_DOWN: run("bulk", way.port, 1, megabytes, "down")[0],
+        MB_UP: run("bulk", way.port, 1, megabytes, "up")[0],
+        MB_FOUR: run("bulk", way.port, 4, megabytes, "down")[0],
     }
     p50, p99 = run("rtt", way.port, 2000 if quick else 20000, 100)
     figures["round trip of 100 bytes, p50 (us)"] = p50
     figures["round trip of 100 bytes, p99 (us)"] = p99
-    figures["round trip beside a bulk transfer, p50 (us)"], figures["the same, p99 (us)"] = beside_bulk(
+    figures["round trip beside a bulk transfer, p50 (us)"], figures["round trip beside a bulk transfer, p99 (us)"] = beside_bulk(
         300 if quick else 2000
     )
-    figures["new connections a second"] = run("connect", way.port, 1 if quick else 3)[0]
+    seconds = 1 if quick else 3
+    figures["new connections a second"] = run("connect", way.port, seconds)[0]
+    figures["the same, 4 clients at once"] = run("connect", way.port, seconds, 4)[0]
     for name, value in figures.items():
         way.figures.setdefault(name, []).append(value)
+
+
+# What is asked of the medians: the figure, its way, at least (True) or at most so many times that of another way, or
+# of 1.
+MB_DOWN, MB_UP, MB_FOUR = (
+    "bulk down, 1 connection (MB/s)",
+    "bulk up, 1 connection (MB/s)",
+    "bulk down, 4 connections (MB/s)",
+)
+WANTED = [
+    *((name, "Veltrane", True, 1.0, "haproxy") for name in (MB_DOWN, MB_UP, MB_FOUR, "new connections a second")),
+    *((name, "Veltrane", True, 5.0, "mitmproxy") for name in (MB_DOWN, MB_UP)),
+    *((name, "Veltrane watched", True, 0.85, "Veltrane shown") for name in (MB_DOWN, MB_UP)),
+    ("round trip of 100 bytes, p50 (us)", "Veltrane", False, 1.25, "haproxy"),
+    ("round trip beside a bulk transfer, p99 (us)", "Veltrane", False, 10000, None),
+]
+
+
+def judged(ways):
+    """A line for each thing that is asked, and whether all was reached."""
+    medians = {way.name: {name: statistics.median(values) for name, values in way.figures.items()} for way in ways}
+    lines, reached = [], True
+    for name, way, at_least, factor, other in WANTED:
+        if way not in medians or (other and other not in medians):
+            continue
+        value = medians[way][name] / (medians[other][name] if other else 1)
+        good = value >= factor if at_least else value <= factor
+        reached = reached and good
+        relation = f"{way} / {other}" if other else way
+        lines.append(
+            f"| {name}: {relation} | {value:,.2f} | {'at least' if at_least else 'at most'} {factor:,} | "
+            f"{'reached' if good else 'missed'} |"
+        )
+    return "\n".join(["| Asked | Value | Wanted | |", "|---|---|---|---|", *lines]), reached
 
 
 def table(ways):
@@ -226,12 +281,15 @@ def main():
     parser.add_argument("--quick", action="store_true")
     parser.add_argument("--build", default=str(ROOT / "build" / "release"))
     parser.add_argument(
-        "--only", nargs="*", default=["direct", "haproxy", "socat", "mitmproxy", "Veltrane", "Veltrane watched"]
+        "--only",
+        nargs="*",
+        default=["direct", "haproxy", "socat", "mitmproxy", "Veltrane", "Veltrane shown", "Veltrane watched"],
     )
     options = parser.parse_args()
     os.environ["VELTRANE"] = str(pathlib.Path(options.build) / "bin" / "Veltrane")
     load = str(pathlib.Path(options.build) / "bin" / "load")
 
+    begun = os.getloadavg()[0]
     with tempfile.TemporaryDirectory() as folder:
         server = veltrane.free_port()
         process = subprocess.Popen([load, "serve", str(server)])
@@ -241,12 +299,13 @@ def main():
             "socat": socat,
             "mitmproxy": mitmproxy,
             "Veltrane": ours,
-            "Veltrane watched": lambda *_: Watched(server, load),
+            "Veltrane shown": lambda *_: Shown(server, load, False),
+            "Veltrane watched": lambda *_: Shown(server, load, True),
         }
         ways = [makers[name](server, pathlib.Path(folder)) for name in options.only]
         try:
             for way in ways:
-                if isinstance(way, Watched):
+                if isinstance(way, Shown):
                     continue
                 veltrane.wait_for(lambda port=way.port: veltrane.listens(port), 15, way.name)
             for number in range(options.rounds):
@@ -258,9 +317,11 @@ def main():
                 way.close()
             process.terminate()
             process.wait()
-    print(f"{machine()}, {options.rounds} rounds\n")
-    print(table(ways))
+    print(f"{machine()}, {options.rounds} rounds, load average {begun:.1f} at the start\n")
+    lines, reached = judged(ways)
+    print(f"{table(ways)}\n\n{lines}")
+    return 0 if reached else 1
 
 
 if __name__ == "__main__":
-    main()
+    sys.exit(main())

@@ -57,7 +57,6 @@ class Bench:
         """MB by which the memory has grown at most, sampled during the transfer."""
         run, port = start_veltrane(self.server)
         with run:
-            self.run("bulk", port, 1, 100, "down")
             before = run.resident()
             process = subprocess.Popen(
                 [self.load, "bulk", str(port), "1", str(gigabytes * 1000), "down"], stdout=subprocess.PIPE
@@ -93,7 +92,7 @@ class Bench:
         for count in (10, IDLE):
             run, port = start_veltrane(self.server)
             with run:
-                self.run("connect", port, 0.2)
+                self.run("connect", port, 1)
                 before = run.resident()
                 process = self.held("hold", port, count)
                 held = run.resident()

@@ -3,19 +3,24 @@
 // bytes, little-endian.
 //
 //   load serve PORT
-//   load bulk PORT CONNECTIONS MEGABYTES down|up      prints MB/s
-//   load watched PORT MEGABYTES down|up   connects, prints a line, waits for one; then as bulk with one
-//   connection load stalled PORT MEGABYTES           asks for so much, prints a line and reads nothing until
-//   it gets one; then
-//                                         reads all and prints MB/s
-//   load hold PORT CONNECTIONS            opens them, each with one round trip, prints a line, holds them
-//   until it
-//                                         gets one
-//   load rtt PORT COUNT BYTES                         prints p50 and p99 in microseconds
-//   load connect PORT SECONDS                         prints connections a second, one request each
+//   load bulk PORT CONNECTIONS MEGABYTES down|up   prints MB/s
+//   load watched PORT MEGABYTES down|up            connects, prints a line, waits for one; then as bulk with
+//   one
+//                                                  connection
+//   load stalled PORT MEGABYTES                    asks for so much, prints a line and reads nothing until it
+//   gets
+//                                                  one; then reads all and prints MB/s
+//   load hold PORT CONNECTIONS                     opens them, each with one round trip, prints a line, holds
+//   them
+//                                                  until it gets one
+//   load rtt PORT COUNT BYTES                      prints p50 and p99 in microseconds
+//   load connect PORT SECONDS [CLIENTS]            prints connections a second, one request each; so many
+//   clients
+//                                                  at once, usually one
 #include <algorithm>
 #include <arpa/inet.h>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <cstdint>
@@ -308,11 +313,11 @@ int RunRoundTrips(int port, int count, std::size_t bytes) {
   return 0;
 }
 
-int RunConnects(int port, double seconds) {
-  const auto start = Clock::now();
+/// One connection after another, each with one request, until the time is over; how many there were.
+int ConnectUntil(int port, Clock::time_point end) {
   std::array<char, 100> message{};
   int count = 0;
-  while (std::chrono::duration<double>(Clock::now() - start).count() < seconds) {
+  for (; Clock::now() < end; ++count) {
     const int descriptor = ConnectTo(port);
     SendHeader(descriptor, kEcho, 0);
     SendAll(descriptor, message.data(), message.size());
@@ -321,8 +326,18 @@ int RunConnects(int port, double seconds) {
     const linger now{1, 0};
     setsockopt(descriptor, SOL_SOCKET, SO_LINGER, &now, sizeof now);
     close(descriptor);
-    ++count;
   }
+  return count;
+}
+
+int RunConnects(int port, int seconds, int clients) {
+  const auto start = Clock::now();
+  std::atomic<int> count = 0;
+  std::vector<std::thread> threads;
+  for (int i = 0; i < clients; ++i)
+    threads.emplace_back([&] { count += ConnectUntil(port, start + std::chrono::seconds(seconds)); });
+  for (std::thread& thread : threads)
+    thread.join();
   std::printf("%.1f\n", count / std::chrono::duration<double>(Clock::now() - start).count());
   return 0;
 }
@@ -343,7 +358,7 @@ int main(int argc, char* argv[]) {
     if (words.at(0) == "stalled") return RunStalled(number(1), static_cast<std::uint64_t>(number(2)));
     if (words.at(0) == "hold") return RunHold(number(1), number(2));
     if (words.at(0) == "rtt") return RunRoundTrips(number(1), number(2), static_cast<std::size_t>(number(3)));
-    if (words.at(0) == "connect") return RunConnects(number(1), number(2));
+    if (words.at(0) == "connect") return RunConnects(number(1), number(2), words.size() > 3 ? number(3) : 1);
   } catch (const std::out_of_range&) {
   }
   std::fputs("usage: load serve|bulk|watched|stalled|hold|rtt|connect ...; see the head of bench/load.cpp\n",
