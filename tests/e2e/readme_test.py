@@ -77,6 +77,10 @@ class Readme(veltrane.ProgramTest):
                 self.skipTest(f"{module} is not installed")
         self.shell(f"{sys.executable} -B {command} no-picture-has-this-name")
 
+    def packages(self, command):
+        """setup_test looks at what it would install; here, that the script knows the purpose."""
+        self.assertNotEqual(self.shell(f"{command} --list").split(), [])
+
     def configure(self, command):
         self.need("cmake")
         preset = command.split()[2]
@@ -230,6 +234,7 @@ class Readme(veltrane.ProgramTest):
         (r"sqlite3 [^ ]+ \"UPDATE", mail_server),
         (r"test -r HTTPDNSError.txt && sqlite3 ", no_web_site),
         (r"sqlite3 [^ ]+ \"BEGIN; .*POP3", no_mail_site),
+        (r"tools/setup [a-z]+$", packages),
         (r"cmake --preset [a-z]+$", configure),
         (r"cmake --build --preset [a-z]+( --target [A-Za-z]+)?$", build),
         (r"ctest --preset release$", suite),
