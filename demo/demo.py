@@ -18,8 +18,8 @@ GUIDE = """
     The upper right pane draws the connection as a ladder; click an arrow to see its data.
   - View, Event History turns the ladder into a list of the events. The lower pane shows data as it goes by;
     View, Real Time Data says which.
-  - Every 4th connection is dangled for a second, every 7th refused, and long answers are throttled:
-    see Tools, Failure Simulation. Nobody answers at the archive.
+  - Every 4th connection is dangled for a second, every 6th ended when it has stood for 0.3 seconds, every 7th
+    refused, and long answers are throttled: see Tools, Failure Simulation. Nobody answers at the archive.
 """
 
 
