@@ -76,4 +76,11 @@ FormFace* BuildFace(Form& form) {
   return nullptr;
 }
 
+QStringList NamesOfFaces() {
+  QStringList names{QStringLiteral("frmMain")};
+  for (const Row& row : kFaces)
+    names.append(QLatin1String(row.form));
+  return names;
+}
+
 }  // namespace veltrane
