@@ -33,8 +33,8 @@ void SetUp(QWidget& widget) {
 }
 
 struct Row {
-  const char* form;
-  void (*setUp)(QWidget& widget);
+  const char* form = nullptr;
+  void (*setUp)(QWidget& widget) = nullptr;
   /// What the designed file cannot say.
   void (*finish)(Form& form, QWidget& widget) = nullptr;
 };
