@@ -16,9 +16,10 @@ from world import PORTS, World
 GUIDE = """
   - Click a port in the tree at the left, then what opens below it: the peer, the connection.
     The upper right pane draws the connection as a ladder; click an arrow to see its data.
-  - View, Connection Diagram turns to a list of the events. The lower pane shows all data as it goes by.
-  - Every 4th connection is dangled for a second, every 7th refused, and long answers are throttled:
-    see Tools, Failure Simulation. Nobody answers at the archive.
+  - View, Event History turns the ladder into a list of the events. The lower pane shows data as it goes by;
+    View, Real Time Data says which.
+  - Every 4th connection is dangled for a second, every 6th ended when it has stood for 0.3 seconds, every 7th
+    refused, and long answers are throttled: see Tools, Failure Simulation. Nobody answers at the archive.
 """
 
 

@@ -19,13 +19,16 @@ PORTS = (
     ("archive", 8001, "Pass Through", "Archive, out of order"),
 )
 # What goes wrong on purpose: long answers to clients are held to a rate, and now and then a connection is refused, dangled
-# for a second, or ended.
+# for a second, or ended. The 12th is both dangled and ended, so within seconds one is that would have gone on.
 FAILURES = {
     "chkThrottleS2CData": 1,
     "txtS2CBytes": 2000,
     "txtS2CPeriod": 200,
     "chkRefuseConnections": 1,
     "txtRefuseNthConnection": 7,
+    "chkTerminateConnections": 1,
+    "txtTerminateNthConnection": 6,
+    "txtTerminateTime": 300,
     "chkDangleConnections": 1,
     "txtDangleNthConnection": 4,
     "txtDangleStartTime": 1,

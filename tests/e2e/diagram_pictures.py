@@ -19,7 +19,7 @@ from pictures import Window
 from veltrane import Screen, Veltrane, free_port
 
 WIDTH = 1024
-HEIGHTS = {"dangled": 1100}  # so that all rows are seen
+HEIGHTS = {"dangled": 1320}  # so that all rows are seen
 USUAL_HEIGHT = 860
 PORT, PEER, CONNECTION = 1, 2, 3  # rows of the tree, once the ones above are open
 
@@ -27,6 +27,8 @@ PORT, PEER, CONNECTION = 1, 2, 3  # rows of the tree, once the ones above are op
 class WebServer(http.server.ThreadingHTTPServer):
     def __init__(self):
         class Answer(http.server.BaseHTTPRequestHandler):
+            wbufsize = -1  # head and page go out at once
+
             def do_GET(self):
                 content = b"<h1>News of today</h1>\n" * 200
                 self.send_response(200)
@@ -82,7 +84,7 @@ def dangled(run, port):
         "txtDangleStartTime": 300,
         "txtDangleStopTime": 1200,
         **{f"optDangleDirections_{i}": str(i == 2) for i in range(3)},
-        **{f"optDangleClose_{i}": str(i == 0) for i in range(3)},
+        **{f"optDangleClose_{i}": str(i == 1) for i in range(3)},
     }
     for key, value in schedule.items():
         run.store.set("FailureSim", key, value)
@@ -133,7 +135,7 @@ def throttled(run, port):
 SCENES = {"http": http_request, "dangled": dangled, "rejected": rejected, "refused": refused, "throttled": throttled}
 
 
-def take(folder, name, scene, scale):
+def take(folder, name, scene, scale, animate=True):
     size = (WIDTH, HEIGHTS.get(name, USUAL_HEIGHT))
     screen = Screen(f"{(size[0] + 76) * scale}x{(size[1] + 100) * scale}x24")
     port = free_port()
@@ -144,6 +146,7 @@ def take(folder, name, scene, scale):
             next(steps)
             # The diagram has the pane's room, too.
             run.store.set("RealTime", "ShowRealTimeData", 0)
+            run.store.set("Options", "AnimateConnectionDiagram", int(animate))
             run.start(listening=[port])
             next(steps)
             time.sleep(0.5)

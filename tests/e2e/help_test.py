@@ -2,9 +2,14 @@
 and of the program only the folder that it stands in."""
 
 import filecmp
+import html
 import html.parser
 import os
 import pathlib
+import re
+import sqlite3
+import subprocess
+import tempfile
 import unittest
 import urllib.parse
 
@@ -203,6 +208,45 @@ class Help(unittest.TestCase):
     def test_the_heading_that_the_welcome_promises_is_there(self):
         headings = [text for page in self.pages.values() for _, text in page.headings]
         self.assertEqual(headings.count(PROMISED), 1)
+
+    def examples(self, name, containing):
+        """The blocks of code on a page that hold the words, as they are to be typed."""
+        text = (HELP / name).read_text(encoding="utf-8")
+        blocks = (html.unescape(block) for block in re.findall(r"<pre[^>]*><code>(.*?)</code></pre>", text, re.DOTALL))
+        return [block for block in blocks if containing in block]
+
+    def test_the_reader_of_log_files_takes_what_is_certain(self):
+        (code,) = self.examples("logging.html", "def records")
+        (heading,) = self.examples("logging.html", '"Start Time",')
+        line = '"10:28:10.000","KEY1","HTTP","8080","127.0.0.1","","52000","","{}","0","16","{}","0","","{}"'
+        plain = line.format("a.invalid", "bytes", "say <34>x<34><13><10>")
+        forged = line.format('a","9","16","KEY1","0","","forged', "bytes", "data")
+        names = {}
+        exec(code, names)  # noqa: S102 - the manual's own words
+        with tempfile.TemporaryDirectory() as folder:
+            path = pathlib.Path(folder) / "Log.txt"
+            # A file that was continued under another name has no heading.
+            for lines in ([heading, forged, plain], [plain, forged]):
+                path.write_bytes("".join(text + "\r\n" for text in lines).encode("latin-1"))
+                (fields,) = names["records"](path)
+                self.assertEqual((len(fields), fields[1], fields[8], fields[14]), (15, b"KEY1", b"a.invalid", b'say "x"\r\n'))
+
+    def test_the_key_that_lets_public_peers_in_is_set_once_and_goes_again(self):
+        if not veltrane.which("sqlite3"):
+            self.skipTest("sqlite3 is not installed")
+        setting, going_back = self.examples("questions.html", "AcceptPublicPeers")
+        with tempfile.TemporaryDirectory() as home:
+            store = pathlib.Path(home) / ".config" / "Veltrane" / "settings.db"
+            store.parent.mkdir(parents=True)
+            connection = sqlite3.connect(store)
+            connection.execute("CREATE TABLE settings (application TEXT, section TEXT, key TEXT, value TEXT)")
+            connection.execute("INSERT INTO settings VALUES ('Veltrane', 'Options', 'AcceptPublicPeers', '0')")
+            connection.commit()
+            for command, rows in ((setting, [("1",)]), (setting, [("1",)]), (going_back, [])):
+                subprocess.run(["bash", "-c", command], env=dict(os.environ, HOME=home), check=True, timeout=20)
+                told = connection.execute("SELECT value FROM settings WHERE section = 'Options' AND key = 'AcceptPublicPeers'")
+                self.assertEqual(told.fetchall(), rows)
+            connection.close()
 
     def test_no_file_is_large(self):
         for path in self.files:

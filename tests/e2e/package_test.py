@@ -1,9 +1,11 @@
-"""The package for Debian: made by cpack from the build that the program stands in, installed by dpkg into a root of its
-own, started there by a user who may write nothing of it, and removed again."""
+"""The package for Debian: made by README's own command from the build that the program stands in, installed by dpkg into a
+root of its own, started there by a user who may write nothing of it, and removed again. README's "sudo apt" is not run: it
+would change the packages of this machine, asks for a password and may need the net. What apt leaves to dpkg is done here."""
 
 import os
 import pathlib
 import re
+import shlex
 import shutil
 import signal
 import socket
@@ -35,6 +37,12 @@ def files(folder):
     return sorted(str(path.relative_to(folder)) for path in folder.rglob("*") if not path.is_dir() or path.is_symlink())
 
 
+def readme(pattern):
+    """The one command of README that fits, and its groups."""
+    (found,) = re.finditer(f"^{pattern}$", (ROOT / "README.md").read_text(encoding="utf-8"), re.MULTILINE)
+    return found
+
+
 class Installed(Veltrane):
     """As a user has it, whose data stands in a hidden folder."""
 
@@ -57,8 +65,11 @@ class Package(unittest.TestCase):
         cls.folder = pathlib.Path(tempfile.mkdtemp(prefix="veltrane-package-"))
         cls.addClassCleanup(shutil.rmtree, cls.folder, ignore_errors=True)
         cls.folder.chmod(0o755)
-        run("cpack", "-B", cls.folder / "cpack", cwd=build)
-        (cls.package,) = (cls.folder / "cpack").glob("*.deb")
+        # What README does in build/package of the release build is done in this folder, with this build.
+        packing = shlex.split(readme(r"cpack --config build/release/.* -B build/package")[0])
+        places = {"build/package": cls.folder / "cpack", "build/release/CPackConfig.cmake": build / "CPackConfig.cmake"}
+        run(*(places.get(word, word) for word in packing), cwd=ROOT)
+        (cls.package,) = (cls.folder / "cpack").glob(readme(r"sudo apt install \./build/package/(\S+)")[1])
         cls.unpacked = cls.folder / "unpacked"
         run("dpkg-deb", "-x", cls.package, cls.unpacked)
         cls.program = cls.unpacked / "usr/lib/veltrane/Veltrane"
@@ -141,24 +152,37 @@ class Package(unittest.TestCase):
         if not veltrane.which(tool):
             self.skipTest(f"{tool} is not installed")
 
-    def test_installed_it_serves_a_plain_user_and_removed_it_leaves_nothing(self):
-        root = self.empty_root("root")
+    def install(self, name):
+        """A root of its own with the package installed in it; the removal as README tells it, which leaves nothing."""
+        root = self.empty_root(name)
         bare = files(root)
         self.dpkg(root, "-i", self.package)
         self.assertIn("install ok installed", self.dpkg(root, "-s", "veltrane"))
         installed = files(root / "usr")
         self.assertEqual(installed, files(self.unpacked / "usr"))
+
+        def remove():
+            self.assertEqual(files(root / "usr"), installed)
+            self.dpkg(root, "-r", readme(r"sudo apt remove (\S+)")[1])
+            self.assertFalse((root / "usr").exists())
+            # What is left is dpkg's own.
+            self.assertEqual([path for path in files(root) if path not in bare and not path.startswith("var/lib/dpkg/")], [])
+
+        return root, remove
+
+    def test_removed_it_leaves_nothing(self):
+        _, remove = self.install("root")
+        remove()
+
+    def test_installed_it_serves_a_plain_user_and_then_is_removed_as_clean(self):
+        for tool in ("setpriv", "Xvfb", "xdotool", "openbox", "import"):
+            self.need(tool)
+        root, remove = self.install("serving")
         self.serves(root / "usr/bin/veltrane")
-        self.assertEqual(files(root / "usr"), installed)
-        self.dpkg(root, "-P", "veltrane")
-        self.assertFalse((root / "usr").exists())
-        # What is left is dpkg's own.
-        self.assertEqual([name for name in files(root) if name not in bare and not name.startswith("var/lib/dpkg/")], [])
+        remove()
 
     def serves(self, program):
         """Started by its link, by a user who may not write where it stands: traffic, log file, report, clean end."""
-        for tool in ("setpriv", "Xvfb", "xdotool", "openbox", "import"):
-            self.need(tool)
         screen = veltrane.Screen()
         self.addCleanup(screen.close)
         os.environ["DISPLAY"] = screen.display

@@ -12,49 +12,20 @@
 
 #include <gtest/gtest.h>
 
-#include "engine/Listening.h"
 #include "forms/ListModel.h"
 #include "forms/TreeModel.h"
-#include "history/Logging.h"
 #include "tests/faces/Look.h"
-#include "tests/support/FaceFrame.h"
-#include "tests/support/HistoryFakes.h"
+#include "tests/faces/MainWindowWorld.h"
 #include "tests/support/TreeLines.h"
-#include "tests/support/World.h"
-#include "ui/faces/FormFace.h"
 #include "ui/faces/FrameUpdate.h"
 #include "ui/faces/PictureDelegate.h"
 #include "ui/faces/Pictures.h"
 #include "ui/faces/RichTextView.h"
-#include "ui/faces/WidgetDesktop.h"
-#include "ui/frmMain.h"
 
 namespace veltrane {
 namespace {
 
-struct FrmMainFaceTest : testing::Test {
-  FrmMainFaceTest() {
-    world.AddPort(1000, QStringLiteral("Pass Through"), QStringLiteral("Apps"));
-    world.AddPort(25, kDontUse, QStringLiteral("SMTP"));
-    general.frmMain = &window;
-    general.gobjLogging = &logging;
-    general.frmProblemSimulation = &world.mSchedule;
-    window.SetSurroundings({.frmError = &other,
-                            .frmConfigure = &other,
-                            .frmOptions = &other,
-                            .frmRealTimeData = &realTimeData,
-                            .frmSaveHistory = &other,
-                            .frmAbout = &other,
-                            .frmProblemSimulation = &switches,
-                            .frmRealTimeLogging = &switches});
-    chkShowRealTimeData.SetValue(1);
-    logging.SetSurroundings(around.Around(window));
-    general.gobjListening = std::make_shared<Listening>(general);
-    general.gobjListening->InitaliseListeningSockets();
-    window.Show();
-    face = desktop.FaceOf(window);
-    Frame();
-  }
+struct FrmMainFaceTest : testing::Test, MainWindowWorld {
   static void Frame() { WaitForFrame(); }
   template <class Widget>
   Widget& Find(const QString& name) {
@@ -89,21 +60,6 @@ struct FrmMainFaceTest : testing::Test {
     logging.mobjSocketPairHistory.Add(history, key);
     return *history;
   }
-
-  World world;
-  WidgetDesktop desktop;
-  General general{{world.mStore, world.mSockets, world.mTimers, world.mClock, world.mRandom, desktop,
-                   world.mErrors, QString()},
-                  AllProtocols()};
-  HistoryFakes around{world.mJournal};
-  Logging logging{general};
-  Form other{desktop, QStringLiteral("frmOther")};
-  Form realTimeData{desktop, QStringLiteral("frmRealTimeData")};
-  Form switches{desktop, QStringLiteral("frmSwitches")};
-  CheckBox chkShowRealTimeData{realTimeData, QStringLiteral("chkShowRealTimeData")};
-  CheckBox chkLoggingEnabled{switches, QStringLiteral("chkLoggingEnabled")};
-  frmMain window{general, logging};
-  FormFace* face = nullptr;
 };
 
 TEST_F(FrmMainFaceTest, All_that_gets_the_keyboard_or_is_pressed_has_a_name) {

@@ -3,15 +3,27 @@
 #pragma once
 
 #include <QAbstractButton>
+#include <QAbstractItemView>
 #include <QAccessible>
+#include <QCheckBox>
 #include <QComboBox>
+#include <QHash>
+#include <QHeaderView>
+#include <QImage>
 #include <QKeySequence>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMap>
+#include <QRadioButton>
+#include <QStyleOptionButton>
 #include <QTabBar>
 #include <QTabWidget>
+#include <QTest>
+#include <QToolButton>
 #include <QWidget>
+
+#include <algorithm>
+#include <cmath>
 
 #include "ui/faces/FormFace.h"
 
@@ -94,6 +106,112 @@ inline QStringList WithoutRoom(const FormFace& face) {
                      .arg(widget->height())
                      .arg(needed.width())
                      .arg(needed.height()));
+  }
+  return wrong;
+}
+
+/// Whether the keyboard has to be able to get there.
+inline bool IsForKeys(const QWidget& widget) {
+  // The head of a list is no part of its way by keys.
+  if (qobject_cast<const QHeaderView*>(&widget)) return false;
+  // The arrows beside a number are for the mouse: with the keyboard it is typed.
+  const auto* arrow = qobject_cast<const QToolButton*>(&widget);
+  if (arrow && arrow->arrowType() != Qt::NoArrow) return false;
+  return qobject_cast<const QLineEdit*>(&widget) || qobject_cast<const QAbstractButton*>(&widget) ||
+         qobject_cast<const QComboBox*>(&widget) || qobject_cast<const QAbstractItemView*>(&widget) ||
+         qobject_cast<const QTabBar*>(&widget);
+}
+
+/// Where the Tab key leads, pressed until it comes back to where it was.
+inline QList<QWidget*> ByTabKey(FormFace& face) {
+  QList<QWidget*> met;
+  for (;;) {
+    QWidget* from = face.focusWidget();
+    QTest::keyClick(from ? from : &face, Qt::Key_Tab);
+    QWidget* to = face.focusWidget();
+    if (!to || met.contains(to)) return met;
+    met.append(to);
+  }
+}
+
+/// One of a group of options stands for all: the arrow keys go on from it.
+inline bool IsMet(QWidget& widget, const QList<QWidget*>& met) {
+  if (met.contains(&widget) || met.contains(widget.focusProxy())) return true;
+  const auto* option = qobject_cast<const QRadioButton*>(&widget);
+  return option && std::any_of(met.begin(), met.end(), [option](const QWidget* other) {
+           const auto* one = qobject_cast<const QRadioButton*>(other);
+           return one && one->group() == option->group() &&
+                  (one->group() || one->parentWidget() == option->parentWidget());
+         });
+}
+
+inline QStringList NotMet(const FormFace& face) {
+  auto& window = const_cast<FormFace&>(face);
+  const QList<QWidget*> met = ByTabKey(window);
+  QStringList wrong;
+  for (QWidget* widget : face.findChildren<QWidget*>()) {
+    const bool wanted = IsForKeys(*widget) && widget->isEnabled() && widget->isVisibleTo(&face);
+    if (wanted && !IsMet(*widget, met)) wrong.append(Name(*widget));
+  }
+  return wrong;
+}
+
+inline double Luminance(QRgb colour) {
+  const auto linear = [](int value) {
+    const double part = value / 255.0;
+    return part <= 0.04045 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
+  };
+  return 0.2126 * linear(qRed(colour)) + 0.7152 * linear(qGreen(colour)) + 0.0722 * linear(qBlue(colour));
+}
+
+/// From 1, for the same colour, to 21, for black and white.
+inline double Contrast(QRgb one, QRgb other) {
+  const double first = Luminance(one) + 0.05;
+  const double second = Luminance(other) + 0.05;
+  return std::max(first / second, second / first);
+}
+
+/// Of the commonest colour, the paper's, with the one that stands out most, the writing's.
+inline double ContrastWithin(const QImage& picture) {
+  QHash<QRgb, int> counts;
+  for (int y = 0; y < picture.height(); ++y)
+    for (int x = 0; x < picture.width(); ++x)
+      ++counts[picture.pixel(x, y)];
+  QRgb paper = 0;
+  for (auto it = counts.cbegin(); it != counts.cend(); ++it)
+    if (it.value() > counts.value(paper)) paper = it.key();
+  double most = 1;
+  for (auto it = counts.cbegin(); it != counts.cend(); ++it)
+    most = std::max(most, Contrast(paper, it.key()));
+  return most;
+}
+
+/// Where a label or button has its text: within its frame, and without the box or the circle before it.
+inline QRect TextPlace(const QWidget& widget) {
+  constexpr int kFrame = 4;
+  QStyleOptionButton option;
+  option.initFrom(&widget);
+  if (qobject_cast<const QCheckBox*>(&widget))
+    return widget.style()->subElementRect(QStyle::SE_CheckBoxContents, &option, &widget);
+  if (qobject_cast<const QRadioButton*>(&widget))
+    return widget.style()->subElementRect(QStyle::SE_RadioButtonContents, &option, &widget);
+  if (qobject_cast<const QLabel*>(&widget)) return widget.contentsRect();
+  return widget.rect().adjusted(kFrame, kFrame, -kFrame, -kFrame);
+}
+
+/// Texts of labels and buttons that can hardly be read on what is behind them.
+inline QStringList Pale(const FormFace& face) {
+  constexpr double kLeast = 4.5;
+  const QImage shown = const_cast<FormFace&>(face).grab().toImage();
+  QStringList wrong;
+  for (const QWidget* widget : face.findChildren<QWidget*>()) {
+    const bool isText = qobject_cast<const QLabel*>(widget) || qobject_cast<const QAbstractButton*>(widget);
+    if (!isText || !HasText(*widget) || !widget->isEnabled() || !widget->isVisibleTo(&face)) continue;
+    const QRect text = TextPlace(*widget);
+    const QRectF place(QPointF(widget->mapTo(&face, text.topLeft())) * shown.devicePixelRatio(),
+                       QSizeF(text.size()) * shown.devicePixelRatio());
+    const double contrast = ContrastWithin(shown.copy(place.toAlignedRect()));
+    if (contrast < kLeast) wrong.append(QStringLiteral("%1 has %2").arg(Name(*widget)).arg(contrast));
   }
   return wrong;
 }

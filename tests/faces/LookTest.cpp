@@ -1,9 +1,9 @@
-// Walks all dialogs, page by page: names for those who hear, order and keys for those without a mouse, and
-// room for the texts in a small and in a large font.
-#include <QAbstractItemView>
+// Walks all windows, page by page: names for those who hear, order and keys for those without a mouse, room
+// for the texts in a small and in a large font, and colours in which they can be read.
 #include <QApplication>
-#include <QHeaderView>
-#include <QPushButton>
+#include <QPalette>
+#include <QScreen>
+#include <QTabWidget>
 #include <QTest>
 
 #include <gmock/gmock.h>
@@ -19,9 +19,12 @@
 #include "protocols/frmProtocolPassThruPP.h"
 #include "reports/frmSaveHistory.h"
 #include "tests/faces/Look.h"
+#include "tests/faces/MainWindowWorld.h"
 #include "tests/support/DialogFakes.h"
 #include "tests/support/FakeStatusPanes.h"
 #include "ui/EventDiagram.h"
+#include "ui/faces/BarFaces.h"
+#include "ui/faces/Faces.h"
 #include "ui/faces/WidgetDesktop.h"
 #include "ui/frmAbout.h"
 #include "ui/frmConfigure.h"
@@ -30,12 +33,14 @@
 #include "ui/frmOptions.h"
 #include "ui/frmPort.h"
 #include "ui/frmRealTimeData.h"
+#include "ui/frmSplash.h"
 #include "ui/frmSysTray.h"
 
 namespace veltrane {
 namespace {
 
 using testing::ElementsAre;
+using testing::UnorderedElementsAreArray;
 
 class NoDiagram : public EventDiagram {
  public:
@@ -46,7 +51,7 @@ class NoDiagram : public EventDiagram {
   void UnhighlightEvent() override {}
 };
 
-/// Every window but the main one, each as a user may meet it first.
+/// Every window but the main one, which has a world of its own, each as a user may meet it first.
 struct Windows {
   Windows() {
     world.AddPort(8080, QStringLiteral("HTTP"), QStringLiteral("HTTP Proxy - Web"));
@@ -74,8 +79,8 @@ struct Windows {
     page.mobjParent = general.gcolProtocols.Item(protocol).get();
   }
   std::vector<Form*> All() {
-    return {&about, &configure, &port, &error, &details, &options, &failures, &passThru,
-            &http,  &https,     &pop3, &ftp,   &data,    &logFile, &save};
+    return {&splash,   &about, &configure, &port, &error, &details, &options, &failures,
+            &passThru, &http,  &https,     &pop3, &ftp,   &data,    &logFile, &save};
   }
 
   WidgetDesktop desktop;
@@ -87,6 +92,7 @@ struct Windows {
   NoDiagram diagram;
   SocketPairHistoryRef history = std::make_shared<SocketPairHistory>();
   Logging logging{general};
+  frmSplash splash{desktop, {1, 0, 1}};
   frmAbout about{general, {1, 0, 1}};
   frmPort port{general};
   frmConfigure configure{general, world.mShell, port};
@@ -105,8 +111,21 @@ struct Windows {
   frmSaveHistory save{general, logging, world.mMain};
 };
 
+using Look = std::function<QStringList(const FormFace&)>;
+
+QStringList LookAtPages(const FormFace& face, const Look& look) {
+  QStringList wrong;
+  auto* tabs = face.findChild<QTabWidget*>();
+  for (int page = 0; page < (tabs ? tabs->count() : 1); ++page) {
+    if (tabs) tabs->setCurrentIndex(page);
+    QCoreApplication::processEvents();
+    wrong += look(face);
+  }
+  return wrong;
+}
+
 /// Shows each window and each of its pages, in a font of that size, and puts together what a look finds.
-QStringList Walk(int points, const std::function<QStringList(const FormFace&)>& look) {
+QStringList Walk(int points, const Look& look) {
   const QFont before = QApplication::font();
   QFont font = before;
   font.setPointSize(points);
@@ -116,18 +135,28 @@ QStringList Walk(int points, const std::function<QStringList(const FormFace&)>& 
     Windows windows;
     for (Form* form : windows.All()) {
       form->Show();
-      const FormFace* face = windows.desktop.FaceOf(*form);
-      auto* tabs = face->findChild<QTabWidget*>();
-      for (int page = 0; page < (tabs ? tabs->count() : 1); ++page) {
-        if (tabs) tabs->setCurrentIndex(page);
-        QCoreApplication::processEvents();
-        wrong += look(*face);
-      }
+      wrong += LookAtPages(*windows.desktop.FaceOf(*form), look);
     }
+  }
+  {
+    const MainWindowWorld main;
+    wrong += LookAtPages(*main.face, look);
   }
   QApplication::setFont(before);
   wrong.removeDuplicates();
   return wrong;
+}
+
+/// As dark desktops have it.
+QPalette Dark() {
+  const QColor paper(42, 46, 50);
+  const QColor ink(239, 240, 241);
+  QPalette palette(QColor(49, 54, 59), paper);
+  for (const QPalette::ColorRole role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
+    palette.setColor(role, ink);
+  palette.setColor(QPalette::Base, QColor(35, 38, 41));
+  palette.setColor(QPalette::Link, QColor(61, 174, 233));
+  return palette;
 }
 
 constexpr int kUsual = 9;
@@ -168,21 +197,51 @@ TEST(LookTest, Escape_closes_what_has_a_button_for_it_from_wherever_the_focus_is
   EXPECT_THAT(open, ElementsAre());
 }
 
-TEST(LookTest, Every_field_and_button_is_reached_by_the_tab_key) {
-  const QStringList out = Walk(kUsual, [](const FormFace& face) {
-    QStringList wrong;
-    for (QWidget* widget : face.findChildren<QWidget*>()) {
-      // The head of a list is no part of its way by keys.
-      if (qobject_cast<QHeaderView*>(widget)) continue;
-      const bool wanted = qobject_cast<QLineEdit*>(widget) || qobject_cast<QPushButton*>(widget) ||
-                          qobject_cast<QComboBox*>(widget) || qobject_cast<QAbstractItemView*>(widget);
-      if (wanted && widget->isVisibleTo(&face) && !(widget->focusPolicy() & Qt::TabFocus) &&
-          !widget->focusProxy())
-        wrong.append(look::Name(*widget));
-    }
-    return wrong;
-  });
-  EXPECT_THAT(out, ElementsAre());
+TEST(LookTest, Every_field_button_box_and_list_is_reached_by_the_tab_key) {
+  EXPECT_THAT(Walk(kUsual, look::NotMet), ElementsAre());
+}
+
+TEST(LookTest, A_title_in_a_font_that_is_too_high_for_it_is_written_smaller) {
+  PanelLabel title(nullptr);
+  QFont large = title.font();
+  large.setPointSize(16);
+  title.setFont(large);
+  title.setText(QStringLiteral("Monitoring"));
+  title.resize(200, 20);
+  const QFont fitting = title.FittingFont();
+  EXPECT_GT(title.fontMetrics().height(), title.contentsRect().height());
+  EXPECT_LE(QFontMetrics(fitting).height(), title.contentsRect().height());
+  const QImage shown = title.grab().toImage();
+  title.setFont(fitting);
+  EXPECT_EQ(title.grab().toImage(), shown);
+}
+
+TEST(LookTest, Each_text_can_be_read) {
+  EXPECT_THAT(Walk(kUsual, look::Pale), ElementsAre());
+}
+
+TEST(LookTest, Each_text_can_be_read_in_the_dark) {
+  const QPalette before = QApplication::palette();
+  QApplication::setPalette(Dark());
+  const QStringList pale = Walk(kUsual, look::Pale);
+  QApplication::setPalette(before);
+  EXPECT_THAT(pale, ElementsAre());
+}
+
+TEST(LookTest, Every_window_is_walked) {
+  Windows windows;
+  QStringList walked{QStringLiteral("frmMain")};
+  for (const Form* form : windows.All())
+    walked.append(form->Name());
+  EXPECT_THAT(walked, UnorderedElementsAreArray(NamesOfFaces()));
+}
+
+// ctest runs all this once more for finer screens.
+TEST(LookTest, The_screen_is_as_fine_as_asked_for) {
+  const double asked = qEnvironmentVariable("QT_SCALE_FACTOR", QStringLiteral("1")).toDouble();
+  const MainWindowWorld main;
+  EXPECT_EQ(main.face->devicePixelRatioF(), asked);
+  EXPECT_EQ(main.face->screen()->geometry().size(), QSize(800, 800));
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "ui/faces/BarFaces.h"
 
+#include <QFontInfo>
+#include <QFontMetrics>
 #include <QFrame>
 #include <QHBoxLayout>
 #include <QLocale>
@@ -11,6 +13,7 @@
 #include <QTimer>
 #include <QToolButton>
 
+#include <algorithm>
 #include <cmath>
 #include <numbers>
 
@@ -24,6 +27,7 @@ namespace {
 
 constexpr int kClockMs = 1000;
 constexpr int kSeparatorHeight = 28;
+constexpr int kLeastFont = 10;  // of a panel, in pixels
 
 template <class Show>
 void Follow(const Control& control, QObject& widget, Show show) {
@@ -103,13 +107,30 @@ PanelLabel::PanelLabel(QWidget* parent) : QLabel(parent) {
   setTextFormat(Qt::PlainText);
 }
 
+QSize PanelLabel::minimumSizeHint() const {
+  QFont least = font();
+  least.setPixelSize(std::min(kLeastFont, QFontInfo(least).pixelSize()));
+  return {0, QFontMetrics(least).height() + 2 * frameWidth()};
+}
+
+// The heights of the main window's titles and panels are given, whatever the user's font is.
+QFont PanelLabel::FittingFont() const {
+  QFont fitting = font();
+  for (int size = QFontInfo(fitting).pixelSize();
+       size > kLeastFont && QFontMetrics(fitting).height() > contentsRect().height(); --size) {
+    fitting.setPixelSize(size - 1);
+  }
+  return fitting;
+}
+
 void PanelLabel::paintEvent(QPaintEvent*) {
   QPainter painter(this);
+  painter.setFont(FittingFont());
   QStyleOptionFrame frame;
   initStyleOption(&frame);
   style()->drawControl(QStyle::CE_ShapedFrame, &frame, &painter, this);
   const QRect room = contentsRect().adjusted(4, 0, -4, 0);
-  const QString shown = fontMetrics().elidedText(text(), Qt::ElideRight, room.width());
+  const QString shown = painter.fontMetrics().elidedText(text(), Qt::ElideRight, room.width());
   style()->drawItemText(&painter, room, static_cast<int>(Qt::AlignVCenter | Qt::AlignLeft), palette(),
                         isEnabled(), shown, foregroundRole());
   const QString tip = shown == text() ? QString() : text().toHtmlEscaped();

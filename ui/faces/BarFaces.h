@@ -15,13 +15,17 @@ class Splitter;
 class StatusBar;
 class ToolBar;
 
-/// A text that is cut with an ellipsis where it has no room, and then stands whole in its tool tip.
+/// A text of one line. Where its font is too high for it, it is written in a smaller one; where it is too
+/// long, it is cut with an ellipsis and stands whole in its tool tip.
 class PanelLabel : public QLabel {
   Q_OBJECT
 
  public:
   explicit PanelLabel(QWidget* parent);
-  QSize minimumSizeHint() const override { return {0, QLabel::minimumSizeHint().height()}; }
+  /// As high as the smallest font that it is written in.
+  QSize minimumSizeHint() const override;
+  /// The one that it is written in.
+  QFont FittingFont() const;
 
  protected:
   void paintEvent(QPaintEvent* event) override;

@@ -33,8 +33,8 @@ void SetUp(QWidget& widget) {
 }
 
 struct Row {
-  const char* form;
-  void (*setUp)(QWidget& widget);
+  const char* form = nullptr;
+  void (*setUp)(QWidget& widget) = nullptr;
   /// What the designed file cannot say.
   void (*finish)(Form& form, QWidget& widget) = nullptr;
 };
@@ -74,6 +74,13 @@ FormFace* BuildFace(Form& form) {
     return face;
   }
   return nullptr;
+}
+
+QStringList NamesOfFaces() {
+  QStringList names{QStringLiteral("frmMain")};
+  for (const Row& row : kFaces)
+    names.append(QLatin1String(row.form));
+  return names;
 }
 
 }  // namespace veltrane
