@@ -16,8 +16,10 @@ namespace {
 // How long an operation waits for another program that holds the file. The thread waits with it.
 constexpr int kBusyTimeoutMs = 500;
 
-/// What another program changes in the file is seen after this time at the latest.
-constexpr std::chrono::milliseconds kTrust{5};
+/// What was read is asked for again after this time even when the folder has told of no change.
+constexpr std::chrono::milliseconds kTrust{100};
+/// A change of a file is told before what it means can be read: so long the file is asked at each read.
+constexpr std::chrono::milliseconds kDoubt{1000};
 
 constexpr std::array kFilesBesideTheStore{"", "-wal", "-shm", "-journal"};
 
@@ -118,7 +120,9 @@ void SqliteSettingsStore::OpenAtFirstUse() {
     TellWhenMoved();
     return;
   }
-  MakePrivateFolder(QFileInfo(mPath).path());
+  const QString folder = QFileInfo(mPath).path();
+  MakePrivateFolder(folder);
+  mFolder.Watch(folder);
   if (OpenForWriting()) return;
   if (IsCorrupt(mOpenResult)) {
     SetAside();
@@ -377,7 +381,9 @@ const SqliteSettingsStore::Section& SqliteSettingsStore::Read(const QString& app
 // Handlers read rows at every connection, thousands of times a second: the file is not asked each time.
 void SqliteSettingsStore::ForgetWhatChanged() {
   const Clock::Instant now = mClock.Steady();
-  if (mDatabase && now < mTrustedUntil && sqlite3_total_changes64(mDatabase) == mOwnChanges) return;
+  if (mFolder.SawChange()) mDoubtedUntil = now + kDoubt;
+  const bool trusted = now >= mDoubtedUntil && now < mTrustedUntil;
+  if (mDatabase && trusted && sqlite3_total_changes64(mDatabase) == mOwnChanges) return;
   OpenAtFirstUse();
   // The file counts the commits of other programs, and its connection the rows that this one changed.
   mVersion->Start({});

@@ -16,6 +16,7 @@
 
 #include "base/Clock.h"
 #include "base/Failure.h"
+#include "engine/FolderWatch.h"
 #include "engine/SettingsStore.h"
 
 struct sqlite3;
@@ -83,7 +84,9 @@ class SqliteSettingsStore : public SettingsStore {
   QHash<QString, Section> mSections;
   QString mOthersChanges;
   qint64 mOwnChanges = -1;
+  FolderWatch mFolder;
   Clock::Instant mTrustedUntil{};
+  Clock::Instant mDoubtedUntil{};
   /// The open file and those beside it, by their endings.
   QHash<QString, FileNumber> mOpenFiles;
   bool mMoved = false;
