@@ -46,6 +46,7 @@ constexpr char kSource = 'S';  // the server sends so many bytes
 constexpr char kSink = 'K';    // the server swallows so many and answers one byte
 constexpr char kEcho = 'E';    // the server sends back what it gets
 constexpr std::size_t kHeader = 9;
+constexpr int kSendsInATurn = 4;
 
 [[noreturn]] void Fail(const char* what) {
   std::perror(what);
@@ -125,12 +126,14 @@ class Served {
 
  private:
   bool Send(const std::vector<char>& scratch) {
-    while (mLeft > 0) {
+    // Others have their turn in between, however fast this one is read.
+    for (int turn = 0; turn < kSendsInATurn && mLeft > 0; ++turn) {
       const std::size_t size = std::min<std::uint64_t>(scratch.size(), mLeft);
       const ssize_t sent = send(mDescriptor, scratch.data(), size, MSG_NOSIGNAL);
       if (sent <= 0) return errno == EAGAIN;
       mLeft -= static_cast<std::uint64_t>(sent);
     }
+    if (mLeft > 0) return true;
     char byte = 0;
     const ssize_t got = recv(mDescriptor, &byte, 1, 0);
     return got > 0 || (got < 0 && errno == EAGAIN);
