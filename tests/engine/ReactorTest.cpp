@@ -4,11 +4,13 @@
 #include <QTimer>
 
 #include <atomic>
+#include <arpa/inet.h>
 #include <cerrno>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <netdb.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
 #include <thread>
 #include <unistd.h>
 
@@ -398,6 +400,56 @@ TEST(Reactor, A_turn_ends_after_its_time_so_that_windows_get_theirs) {
   net.mReactor.Turn();
   EXPECT_LE(std::chrono::steady_clock::now() - before, milliseconds(40));
   EXPECT_LE(arrivals, 4);
+}
+
+/// Five microseconds go by at each look at it.
+struct SteppingClock : SystemClock {
+  Instant Steady() const override {
+    mNow += std::chrono::microseconds(5);
+    if (onLook) onLook();
+    return mNow;
+  }
+  std::function<void()> onLook;
+  mutable Instant mNow{std::chrono::seconds(1)};
+};
+
+TEST(Reactor, An_answer_that_comes_at_once_is_served_in_the_same_turn_and_nothing_is_waited_for_else) {
+  RealNet net;
+  SteppingClock clock;
+  TimerQueue timers{clock};
+  Reactor reactor{clock, timers};
+  Quiet server;
+  Quiet accepted;
+  std::unique_ptr<Socket> socket;
+  QByteArray got;
+  accepted.onData = [&] { got += socket->GetData().View().toByteArray(); };
+  server.onRequest = [&](qint32 id) {
+    socket = reactor.CreateSocket(accepted);
+    socket->Accept(id);
+  };
+  const auto listening = reactor.CreateSocket(server);
+  ListenOnFreePort(net, *listening);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  address.sin_port = htons(static_cast<in_port_t>(listening->LocalPort()));
+  const int peer = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  ASSERT_EQ(::connect(peer, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+  while (!socket)
+    reactor.Turn();
+  ASSERT_EQ(::send(peer, "a", 1, 0), 1);
+  // Some looks after what was served: the turn has found nothing more by then.
+  int looks = 0;
+  clock.onLook = [&] {
+    if (got == "a" && ++looks == 4) EXPECT_EQ(::send(peer, "b", 1, 0), 1);
+  };
+  reactor.Turn();
+  EXPECT_EQ(got, QByteArray("ab"));
+  looks = 0;
+  clock.onLook = [&] { ++looks; };
+  reactor.Turn();
+  EXPECT_LE(looks, 3) << "a turn that serves nothing is over at once";
+  ::close(peer);
 }
 
 /// Runs Qt's loop until done, at most 5 s.
