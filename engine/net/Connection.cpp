@@ -25,6 +25,7 @@ constexpr int kSendPieces = 64;
 /// A peer that sends on and on while its closed connection lingers is not read for ever.
 constexpr int kDiscardRounds = 16;
 
+/// From now on, and what waits already goes.
 void DisableDelay(int descriptor) {
   const int on = 1;
   setsockopt(descriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
@@ -91,8 +92,17 @@ void Connection::ServePosted() {
     Fail(mSendError);
   } else if (mCompletionDue && mQueue.isEmpty()) {
     mCompletionDue = false;
-    mReactor.Deliver([this] { mOwner->mEvents.SendComplete(); });
+    TellCompletion();
   }
+}
+
+// A handler that drains a buffer sends the next piece from inside this event. The kernel may keep such a
+// piece back until it has a packet full, or until none has followed: many small pieces make few packets.
+void Connection::TellCompletion() {
+  mMoreMayFollow = true;
+  mReactor.Deliver([this] { mOwner->mEvents.SendComplete(); });
+  mMoreMayFollow = false;
+  if (IsOpen() && !mCompletionDue && std::exchange(mKeptBack, false)) DisableDelay(Descriptor());
 }
 
 void Connection::Writable() {
@@ -148,7 +158,8 @@ ssize_t Connection::SendPieces() {
   msghdr message{};
   message.msg_iov = pieces.data();
   message.msg_iovlen = count;
-  return ::sendmsg(Descriptor(), &message, MSG_NOSIGNAL | MSG_DONTWAIT);
+  mKeptBack = mMoreMayFollow;
+  return ::sendmsg(Descriptor(), &message, MSG_NOSIGNAL | MSG_DONTWAIT | (mMoreMayFollow ? MSG_MORE : 0));
 }
 
 void Connection::Flush() {

@@ -41,6 +41,7 @@ class Connection : public Channel {
   void FinishConnect();
   void ConnectFailed(int systemError);
   /// Gives the kernel what it takes; the count of bytes, negative when it failed.
+  void TellCompletion();
   ssize_t SendPieces();
   void Flush();
   void SendFailed(int systemError);
@@ -61,6 +62,8 @@ class Connection : public Channel {
   int mSendError = 0;     // told once the bytes that came before it have been read
   bool mConnecting = false;
   bool mCompletionDue = false;
+  bool mMoreMayFollow = false;
+  bool mKeptBack = false;  // by the kernel, for what may follow
   bool mStreamEnded = false;
   bool mPeerGone = false;
 };

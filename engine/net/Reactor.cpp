@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <poll.h>
-#include <sched.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
@@ -92,9 +91,7 @@ void Reactor::Turn() {
     if (count > 0 || !mPosted.empty()) {
       ServeBatch(events.data(), count);
       awakeUntil = mClock.Steady() + kAnswerTime;
-    } else if (mClock.Steady() < awakeUntil) {
-      sched_yield();
-    } else {
+    } else if (mClock.Steady() >= awakeUntil) {
       return;
     }
   } while (!BudgetIsSpent());

@@ -3,8 +3,8 @@
 #include <QEventLoop>
 #include <QTimer>
 
-#include <atomic>
 #include <arpa/inet.h>
+#include <atomic>
 #include <cerrno>
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -441,7 +441,7 @@ TEST(Reactor, An_answer_that_comes_at_once_is_served_in_the_same_turn_and_nothin
   // Some looks after what was served: the turn has found nothing more by then.
   int looks = 0;
   clock.onLook = [&] {
-    if (got == "a" && ++looks == 4) EXPECT_EQ(::send(peer, "b", 1, 0), 1);
+    if (got == "a" && ++looks == 4) ::send(peer, "b", 1, 0);
   };
   reactor.Turn();
   EXPECT_EQ(got, QByteArray("ab"));
