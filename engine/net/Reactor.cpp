@@ -24,7 +24,8 @@ constexpr std::chrono::seconds kLingerTime{30};
 constexpr qint32 kSweepIntervalMs = 1000;
 constexpr int kBatch = 64;
 /// What was sent is often answered at once. To fall asleep and to be woken takes longer than such an answer,
-/// so it is waited for awake; whoever else wants the processor meanwhile has it.
+/// so it is waited for awake; so short that it costs others little where processors are scarce. Giving the
+/// processor away meanwhile would cost whole slices of time there.
 constexpr std::chrono::microseconds kAnswerTime{40};
 
 void Close(int& descriptor) {

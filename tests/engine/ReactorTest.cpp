@@ -37,11 +37,15 @@ struct Quiet : SocketEvents {
   void ConnectionRequest(qint32 id) override {
     if (onRequest) onRequest(id);
   }
+  void SendComplete() override {
+    if (onSent) onSent();
+  }
   int connects = 0;
   QList<qint32> errors;
   QStringList texts;
   std::function<void()> onData;
   std::function<void(qint32)> onRequest;
+  std::function<void()> onSent;
 };
 
 TEST(SocketErrors, The_numbers_that_the_logic_compares) {
@@ -400,6 +404,29 @@ TEST(Reactor, A_turn_ends_after_its_time_so_that_windows_get_theirs) {
   net.mReactor.Turn();
   EXPECT_LE(std::chrono::steady_clock::now() - before, milliseconds(40));
   EXPECT_LE(arrivals, 4);
+}
+
+TEST(Reactor, What_is_sent_from_a_completion_waits_for_more_only_as_long_as_the_completion_lasts) {
+  RealNet net;
+  Quiet server;
+  Quiet accepted;
+  std::unique_ptr<Socket> socket;
+  server.onRequest = [&](qint32 id) {
+    socket = net.mReactor.CreateSocket(accepted);
+    socket->Accept(id);
+  };
+  const auto listening = net.mReactor.CreateSocket(server);
+  ListenOnFreePort(net, *listening);
+  const auto peer = net.ConnectTo(listening->LocalPort());
+  ASSERT_TRUE(net.Pump([&] { return socket != nullptr; }));
+  QByteArrayList pieces{"b", "c"};
+  accepted.onSent = [&] {
+    if (!pieces.isEmpty()) socket->SendData(Payload(pieces.takeFirst()));
+  };
+  socket->SendData(Payload("a"));
+  // Takes some ms; a packet that waits for more would take 200.
+  net.Settle();
+  EXPECT_EQ(peer->Received(), QByteArray("abc"));
 }
 
 /// Five microseconds go by at each look at it.
