@@ -95,6 +95,7 @@ bool Listening::StartListeningOnSocket(Socket*& objListeningSocket, qint32 lngPo
 }
 
 void Listening::DestroySockets(qint32 lngPort) {
+  mExpectedPeers.remove(lngPort);
   const QString key = ListeningSocketKey(lngPort);
   // An idle socket has no port, so to speak port 0, which a row may name.
   const auto isAnothers = [&](const Socket& socket) {
@@ -191,12 +192,13 @@ bool Listening::ShouldRefuse(const std::shared_ptr<SocketPair>& pair) {
   }
 }
 
-// An ephemeral port serves exactly one connection.
 bool Listening::IsExpected(const Socket& listener) const {
-  return listener.Tag() == kEphemeralTag &&
-         mExpectedPeers.value(listener.LocalPort()) == listener.RemoteHostIP();
+  const auto expected = mExpectedPeers.constFind(listener.LocalPort());
+  return listener.Tag() == kEphemeralTag && expected != mExpectedPeers.cend() &&
+         *expected == listener.RemoteHostIP();
 }
 
+// An ephemeral port serves exactly one connection.
 void Listening::EndEphemeralPort(int index) {
   Socket& listener = sckServer.Element(index);
   const qint32 port = listener.LocalPort();

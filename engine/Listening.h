@@ -38,7 +38,8 @@ class Listening : public std::enable_shared_from_this<Listening> {
   /// Destroys all sockets of the port, listening or not, with their key.
   void DestroySockets(qint32 lngPort);
   void StopListeningOnSocket(Socket& objListeningSocket);
-  /// The one peer that an ephemeral port may serve although its address is public.
+  /// The one peer that an ephemeral port may serve although its address is public, for as long as the port
+  /// keeps its socket.
   void ExpectPeer(qint32 lngPort, const QString& address) { mExpectedPeers.insert(lngPort, address); }
   /// Brings the socket of a port in line with the port table.
   void CheckListeningStatus(qint32 lngPort);

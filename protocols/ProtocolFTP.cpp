@@ -48,12 +48,15 @@ struct ProtocolFTP::AddressLine {
   DataAddress (*read)(QByteArrayView line);
   QByteArray (*write)(const DataAddress& address);
   const char16_t* attempt;
+  /// An active transfer: the site connects to the data port, wherever it is. To that of a passive one comes
+  /// the client.
+  bool siteConnects;
 };
 
 const ProtocolFTP::AddressLine ProtocolFTP::kPortCommand{ReadPortCommand, WritePortCommand,
-                                                         u"route the PORT command"};
+                                                         u"route the PORT command", true};
 const ProtocolFTP::AddressLine ProtocolFTP::kPasvReply{ReadPasvReply, WritePasvReply,
-                                                       u"route the PASV command"};
+                                                       u"route the PASV command", false};
 
 const FailureTexts& ProtocolFTP::Texts() const {
   return kTexts;
@@ -131,6 +134,9 @@ bool ProtocolFTP::RouteDataAddress(const AddressLine& line, Payload& data) {
     opened = StartListeningOnRandomPort(port, kEphemeralProtocol, error, text, kEphemeralProtocol,
                                         remote.port, remote.host);
     if (opened) {
+      // Behind the yield the listener itself may be gone.
+      if (line.siteConnects && mGeneral.gobjListening)
+        mGeneral.gobjListening->ExpectPeer(port, Pair().RemoteServerIP());
       // The end that faces the real server, also in what goes to the client.
       data = line.write({Pair().LocalClientIP(), port});
       return;
@@ -205,8 +211,6 @@ bool ProtocolFTP::ListenOnce(qint32 lngPort, qint32& lngError, QString& strError
   Socket* socket = nullptr;
   if (mGeneral.gobjListening->StartListeningOnSocket(socket, lngPort, lngError, strError)) {
     socket->SetTag(kEphemeralTag);
-    // In active mode the site connects here, wherever it is.
-    if (mobjSocketPair) mGeneral.gobjListening->ExpectPeer(lngPort, Pair().RemoteServerIP());
     return true;
   }
   mGeneral.gobjListening->DestroySockets(lngPort);

@@ -18,6 +18,33 @@ TEST_F(FtpTest, The_site_itself_may_connect_to_the_port_of_an_active_transfer_fr
   EXPECT_EQ(world.mGeneral.gobjListening->mobjSocketPairs.Count(), pairs + 1);
 }
 
+TEST_F(FtpTest, The_site_cannot_let_itself_in_by_a_227) {
+  LogIn();
+  NextPorts({3012});
+  client->mRemoteHostIP = QStringLiteral("8.8.4.4");
+  client->Arrive("227 Entering Passive Mode (192,168,1,1,0,22)\r\n");
+  const qsizetype pairs = world.mGeneral.gobjListening->mobjSocketPairs.Count();
+  DataListener(3012)->Request(1, QStringLiteral("8.8.4.4"));
+  EXPECT_EQ(world.mGeneral.gobjListening->mobjSocketPairs.Count(), pairs);
+  ASSERT_TRUE(DataListener(3012)) << "the client is still to come";
+  DataListener(3012)->Request(2, QStringLiteral("192.168.1.7"));
+  EXPECT_EQ(world.mGeneral.gobjListening->mobjSocketPairs.Count(), pairs + 1);
+}
+
+TEST_F(FtpTest, A_227_on_a_port_of_an_earlier_active_transfer_does_not_let_the_site_in) {
+  LogIn();
+  NextPorts({3012, 3012});
+  client->mRemoteHostIP = QStringLiteral("8.8.4.4");
+  server->Arrive("PORT 127,0,0,1,5,6\r\n");
+  client->Sent();
+  DataListener(3012)->Close();
+  client->Arrive("227 Entering Passive Mode (192,168,1,1,0,22)\r\n");
+  ASSERT_EQ(DataListener(3012)->State(), SocketState::kListening);
+  const qsizetype pairs = world.mGeneral.gobjListening->mobjSocketPairs.Count();
+  DataListener(3012)->Request(1, QStringLiteral("8.8.4.4"));
+  EXPECT_EQ(world.mGeneral.gobjListening->mobjSocketPairs.Count(), pairs);
+}
+
 TEST_F(FtpTest, A_port_command_opens_a_data_port_and_goes_on_with_its_address) {
   LogIn();
   NextPorts({3000});
