@@ -13,7 +13,8 @@
 namespace veltrane {
 namespace {
 
-// How long an operation waits for another program that holds the file. The thread waits with it.
+// How long an operation waits for another program that holds the file. The thread waits with it, and so do
+// all connections: one that has waited in vain spares those behind it the wait.
 constexpr int kBusyTimeoutMs = 500;
 
 /// What was read is asked for again after this time even when the folder has told of no change.
@@ -55,6 +56,7 @@ class SqliteSettingsStore::Statement {
         SQLITE_OK) {
       store.Fail();
     }
+    mWrites = sqlite3_stmt_readonly(mStatement) == 0;
   }
   ~Statement() { sqlite3_finalize(mStatement); }
   Statement(const Statement&) = delete;
@@ -72,7 +74,7 @@ class SqliteSettingsStore::Statement {
 
   /// True when there is a row. After the last row, or a failure, the file is free again.
   bool Step() {
-    const int result = sqlite3_step(mStatement);
+    const int result = mStore.Patiently(mWrites, [this] { return sqlite3_step(mStatement); });
     if (result == SQLITE_ROW) return true;
     if (result != SQLITE_DONE) {
       const QString problem = mStore.Problem();
@@ -101,6 +103,7 @@ class SqliteSettingsStore::Statement {
  private:
   SqliteSettingsStore& mStore;
   sqlite3_stmt* mStatement = nullptr;
+  bool mWrites = false;
 };
 
 SqliteSettingsStore::SqliteSettingsStore(const QString& path, const Clock& clock, ErrorSink& errors)
@@ -330,8 +333,18 @@ void SqliteSettingsStore::CloseFile() {
   mDatabase = nullptr;
 }
 
+template <class Call>
+int SqliteSettingsStore::Patiently(bool writes, Call&& call) {
+  bool& foundLocked = writes ? mFoundLockedForWriting : mFoundLockedForReading;
+  sqlite3_busy_timeout(mDatabase, foundLocked ? 0 : kBusyTimeoutMs);
+  const int result = call();
+  foundLocked = IsLocked(result);
+  return result;
+}
+
 void SqliteSettingsStore::Execute(const char* sql) {
-  if (sqlite3_exec(mDatabase, sql, nullptr, nullptr, nullptr) != SQLITE_OK) Fail();
+  const auto execute = [&] { return sqlite3_exec(mDatabase, sql, nullptr, nullptr, nullptr); };
+  if (Patiently(true, execute) != SQLITE_OK) Fail();
 }
 
 void SqliteSettingsStore::Fail() const {

@@ -59,6 +59,9 @@ class SqliteSettingsStore : public SettingsStore {
   QString Unreadable() const;
   void CloseStatements();
   void CloseFile();
+  /// Makes a call of SQLite, which waits for another program unless the last of its kind has done so in vain.
+  template <class Call>
+  int Patiently(bool writes, Call&& call);
   void Execute(const char* sql);
   [[noreturn]] void Fail() const;
   QString Problem() const;
@@ -91,6 +94,8 @@ class SqliteSettingsStore : public SettingsStore {
   QHash<QString, FileNumber> mOpenFiles;
   bool mMoved = false;
   bool mInMemory = false;
+  bool mFoundLockedForReading = false;
+  bool mFoundLockedForWriting = false;
   int mOpenResult = 0;
   std::unique_ptr<Statement> mAll, mVersion, mUpdate, mInsert, mDeleteKey, mDeleteSection;
 };

@@ -148,6 +148,35 @@ class Store(Faults):
         other.close()
         expect_end(self, run)
 
+    def test_a_store_that_another_program_writes_to_for_long_slows_no_connection(self):
+        server = FtpServer()
+        self.addCleanup(server.close)
+        run, port = self.prepare()
+        ftp = free_port()
+        run.store.add_port(ftp, protocol="FTP")
+        run.start(listening=[port, ftp])
+        client = Login(self, ftp, server.port)
+        data = []
+        for _ in range(10):
+            high, low = client.ask(b"PASV").split(b"(")[1].split(b")")[0].split(b",")[4:]
+            data.append(int(high) * 256 + int(low))
+        other = sqlite3.connect(run.store.path, isolation_level=None)
+        other.execute("BEGIN IMMEDIATE")
+        # Each of them is over at once, and its rows are to go: from then on each purge tries to delete them all.
+        for number in data:
+            with contextlib.suppress(ConnectionError):
+                self.assertEqual(self.connect(number).recv(1), b"")
+        began = time.monotonic()
+        for _ in range(20):
+            self.expect_served(port)
+        self.assertLess(time.monotonic() - began, 5)
+        other.execute("ROLLBACK")
+        other.close()
+        wait_for(lambda: not [key for key, value in run.store.section("Protocols") if value == DYNAMIC], 10,
+                 "the data ports to go from the store")
+        client.close()
+        expect_end(self, run, "An error occurred while attempting to delete the Ephemeral port references")
+
     def test_a_full_disk_costs_a_data_port_and_nothing_else(self):
         server = FtpServer()
         self.addCleanup(server.close)

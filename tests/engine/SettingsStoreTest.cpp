@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "base/Clock.h"
 #include "engine/SqliteSettingsStore.h"
 #include "tests/support/MemoryStore.h"
 #include "tests/support/World.h"
@@ -265,6 +266,33 @@ TEST_F(SettingsStoreTest, A_lock_that_comes_later_is_a_failure_of_the_one_operat
   sqlite3_exec(other, "ROLLBACK", nullptr, nullptr, nullptr);
   store->SaveSetting(kApp, kSection, kKey, QStringLiteral("8"));
   EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, {}), QStringLiteral("8"));
+  sqlite3_close(other);
+}
+
+TEST_F(SettingsStoreTest, A_lock_is_waited_for_once_and_the_next_one_again) {
+  const auto store = Open();
+  store->SaveSetting(kApp, kSection, kKey, QStringLiteral("7"));
+  sqlite3* other = nullptr;
+  ASSERT_EQ(sqlite3_open(path.toUtf8().constData(), &other), SQLITE_OK);
+  const SystemClock watch;
+  const auto timeOf = [&](int operations) {
+    const Clock::Instant begin = watch.Steady();
+    for (int i = 0; i < operations; ++i) {
+      EXPECT_THROW(store->DeleteSetting(kApp, kSection, kKey), Failure);
+      EXPECT_THROW(store->SaveSetting(kApp, kSection, kKey, QStringLiteral("8")), Failure);
+      EXPECT_THROW(store->SaveSettings(kApp, kSection, {{kKey, QStringLiteral("8")}}), Failure);
+      // That a read succeeds says nothing of writing.
+      EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, {}), QStringLiteral("7"));
+    }
+    return watch.Steady() - begin;
+  };
+  for (int lock = 1; lock <= 2; ++lock) {
+    ASSERT_EQ(sqlite3_exec(other, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr), SQLITE_OK);
+    EXPECT_GT(timeOf(1), std::chrono::milliseconds(400)) << "another program's write may be over soon";
+    EXPECT_LT(timeOf(20), std::chrono::milliseconds(400));
+    ASSERT_EQ(sqlite3_exec(other, "ROLLBACK", nullptr, nullptr, nullptr), SQLITE_OK);
+    store->SaveSetting(kApp, kSection, kKey, QStringLiteral("7"));
+  }
   sqlite3_close(other);
 }
 
