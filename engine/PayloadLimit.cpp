@@ -14,16 +14,16 @@ void PayloadLimit::Change(qint64 bytes) {
   mSoon.SetEnabled(!mWaiting.empty() && !IsReached());
 }
 
-void PayloadLimit::Wait(std::function<void()> goOn) {
-  mWaiting.push_back(std::move(goOn));
+PayloadLimit::Place PayloadLimit::Wait(std::function<void()> goOn) {
+  mWaiting.emplace(++mLastPlace, std::move(goOn));
+  return mLastPlace;
 }
 
 // Each may fill up again what the others have drained.
 void PayloadLimit::GoOn() {
   while (!mWaiting.empty() && !IsReached()) {
-    const std::function<void()> goOn = std::move(mWaiting.front());
-    mWaiting.pop_front();
-    goOn();
+    const auto first = mWaiting.extract(mWaiting.begin());
+    first.mapped()();
   }
   mSoon.SetEnabled(!mWaiting.empty() && !IsReached());
 }

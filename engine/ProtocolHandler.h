@@ -49,7 +49,8 @@ class ProtocolHandler {
   /// intDataBeingDangled is 0 for client to server, 1 for server to client, 2 for both.
   virtual void DanglingStatusChanged(bool blnDanglingOn, qint16 intDataBeingDangled,
                                      qint32 lngTimeDuringDangle) = 0;
-  /// How many bytes wait here for the remote server (client to server) or for the remote client.
+  /// How many bytes of memory hold what waits here for the remote server (client to server) or for the remote
+  /// client.
   virtual qsizetype BytesHeld(bool blnClientToServer) const {
     Q_UNUSED(blnClientToServer)
     return 0;

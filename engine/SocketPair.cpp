@@ -144,6 +144,7 @@ SocketPair::SocketPair(General& general)
       sckClient(general.mPlatform.sockets.CreateSocket(*mClientEvents)) {}
 
 SocketPair::~SocketPair() {
+  StopWaiting();
   mGeneral.mPayloadLimit.Change(-mHeldAsCounted);
 }
 
@@ -185,7 +186,13 @@ void SocketPair::Unload() {
   sckServer->Close();
   sckClient->Close();
   mobjProtocolHandler.reset();
+  StopWaiting();
   CountHeld();
+}
+
+void SocketPair::StopWaiting() {
+  for (Backlog* const backlog : {&mToServer, &mToClient})
+    mGeneral.mPayloadLimit.Forget(std::exchange(backlog->place, PayloadLimit::kNowhere));
 }
 
 /// Leaves the bytes where they are, and so the sender waiting, while too much is held.
@@ -194,12 +201,10 @@ Payload SocketPair::Read(Socket& socket, bool clientToServer) {
   PayloadLimit& limit = mGeneral.mPayloadLimit;
   if (!limit.IsReached() || BytesHeld(clientToServer) <= kAlwaysRead) return socket.GetData();
   backlog.senderWaits = true;
-  if (!std::exchange(backlog.isQueued, true)) {
-    limit.Wait([weak = weak_from_this(), clientToServer] {
-      const auto pair = weak.lock();
-      if (!pair) return;
-      (clientToServer ? pair->mToServer : pair->mToClient).isQueued = false;
-      pair->ReadOn(clientToServer);
+  if (backlog.place == PayloadLimit::kNowhere) {
+    backlog.place = limit.Wait([this, clientToServer] {
+      (clientToServer ? mToServer : mToClient).place = PayloadLimit::kNowhere;
+      ReadOn(clientToServer);
     });
   }
   return {};
@@ -207,7 +212,11 @@ Payload SocketPair::Read(Socket& socket, bool clientToServer) {
 
 qsizetype SocketPair::BytesHeld(bool clientToServer) const {
   if (!mobjProtocolHandler) return 0;
-  return mobjProtocolHandler->BytesHeld(clientToServer) + (clientToServer ? mToServer : mToClient).leaving;
+  const SocketState state = clientToServer ? ClientState() : ServerState();
+  // What a closed socket still holds is the reactor's to count.
+  const bool leaves = state == SocketState::kConnected || state == SocketState::kPeerClosing;
+  return mobjProtocolHandler->BytesHeld(clientToServer) +
+         (leaves ? (clientToServer ? mToServer : mToClient).leaving : 0);
 }
 
 void SocketPair::CountHeld() {
@@ -331,7 +340,7 @@ bool SocketPair::Send(const SendRoad& road, const PayloadBuffer& data, Payload& 
     if (!throttled) timer.SetEnabled(false);
     sent = throttled ? stillToBeSent.Take(static_cast<qsizetype>(amount)) : stillToBeSent.TakeAll();
     socket.SendData(sent);
-    (this->*road.backlog).leaving += sent.Size();
+    (this->*road.backlog).leaving += sent.Cost();
     if (throttled) {
       timer.SetInterval(nextSendPeriod);
       timer.SetEnabled(true);

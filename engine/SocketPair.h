@@ -14,6 +14,7 @@
 #include <memory>
 
 #include "base/Timer.h"
+#include "engine/PayloadLimit.h"
 #include "engine/ProtocolHandler.h"
 #include "engine/Socket.h"
 
@@ -102,12 +103,12 @@ class SocketPair : public std::enable_shared_from_this<SocketPair> {
   class ServerEvents;
   class ClientEvents;
   struct SendRoad;
-  /// What one direction holds in its socket, whether its sender waits until it holds less, and whether the
-  /// limit will say when the others do.
+  /// What one direction holds in its socket, whether its sender waits until it holds less, and its place
+  /// among those to whom the limit will say when the others do.
   struct Backlog {
     qsizetype leaving = 0;
     bool senderWaits = false;
-    bool isQueued = false;
+    PayloadLimit::Place place = PayloadLimit::kNowhere;
   };
   static const SendRoad kClientRoad;
   static const SendRoad kServerRoad;
@@ -127,6 +128,7 @@ class SocketPair : public std::enable_shared_from_this<SocketPair> {
   Payload Read(Socket& socket, bool clientToServer);
   qsizetype BytesHeld(bool clientToServer) const;
   void CountHeld();
+  void StopWaiting();
   void EndOrphan();
   void ReadOn(bool clientToServer);
 

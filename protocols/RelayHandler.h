@@ -64,7 +64,7 @@ class RelayHandler : public ProtocolHandler {
   void DanglingStatusChanged(bool blnDanglingOn, qint16 intDataBeingDangled,
                              qint32 lngTimeDuringDangle) override;
   qsizetype BytesHeld(bool blnClientToServer) const override {
-    return (blnClientToServer ? mvarClientBuffer : mvarServerBuffer).Size();
+    return (blnClientToServer ? mvarClientBuffer : mvarServerBuffer).Cost();
   }
 
  protected:

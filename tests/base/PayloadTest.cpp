@@ -146,6 +146,21 @@ TEST(PayloadBuffer, Prepend_puts_a_rest_back_to_the_front) {
   EXPECT_EQ(buffer.TakeAll().Bytes(), "hello world");
 }
 
+TEST(PayloadBuffer, A_piece_costs_more_than_its_bytes) {
+  PayloadBuffer buffer;
+  EXPECT_EQ(buffer.Cost(), 0);
+  for (int i = 0; i < 1000; ++i)
+    buffer.Append(QByteArray(1, 'x'));
+  EXPECT_EQ(buffer.Cost(), 1000 + 1000 * Payload::kPieceCost);
+  EXPECT_EQ(buffer.Take(300).Cost(), 300 + Payload::kPieceCost) << "few bytes are joined";
+  EXPECT_EQ(buffer.Cost(), 700 + 700 * Payload::kPieceCost);
+  for (int i = 0; i < 100; ++i)
+    buffer.Append(QByteArray(1000, 'x'));
+  EXPECT_EQ(buffer.TakeAll().Cost(), 100700 + 800 * Payload::kPieceCost) << "many stay a run";
+  EXPECT_EQ(buffer.Cost(), 0);
+  EXPECT_EQ(Payload().Cost(), 0);
+}
+
 TEST(PayloadBuffer, Clear_empties) {
   PayloadBuffer buffer{Payload(QByteArray("abc"))};
   buffer.Clear();

@@ -64,5 +64,32 @@ TEST_F(PayloadLimitTest, The_first_to_go_on_may_fill_it_again) {
   EXPECT_EQ(told, QStringList(QStringLiteral("second")));
 }
 
+TEST_F(PayloadLimitTest, Who_is_forgotten_is_not_told_and_the_others_keep_their_order) {
+  limit.SetMost(100);
+  limit.Change(150);
+  const PayloadLimit::Place first = limit.Wait([this] { told.append(QStringLiteral("first")); });
+  Wait("second");
+  const PayloadLimit::Place third = limit.Wait([this] { told.append(QStringLiteral("third")); });
+  Wait("fourth");
+  limit.Forget(third);
+  limit.Forget(first);
+  limit.Forget(PayloadLimit::kNowhere);
+  EXPECT_EQ(limit.WaitingCount(), 2);
+  limit.Change(-100);
+  Pass();
+  EXPECT_EQ(told, QStringList({QStringLiteral("second"), QStringLiteral("fourth")}));
+  EXPECT_EQ(limit.WaitingCount(), 0);
+}
+
+TEST_F(PayloadLimitTest, What_goes_on_may_wait_again_and_comes_last) {
+  limit.SetMost(100);
+  limit.Change(150);
+  limit.Wait([this] { Wait("again"); });
+  Wait("second");
+  limit.Change(-100);
+  Pass();
+  EXPECT_EQ(told, QStringList({QStringLiteral("second"), QStringLiteral("again")}));
+}
+
 }  // namespace
 }  // namespace veltrane

@@ -89,10 +89,12 @@ TEST_P(SlowReaderTest, A_reader_that_catches_up_goes_on_although_another_holds_t
 TEST_P(SlowReaderTest, A_pair_that_ends_holds_nothing_and_its_sender_is_not_read_any_more) {
   FallBehind();
   sender->Arrive("more");
+  EXPECT_EQ(world.mGeneral.mPayloadLimit.WaitingCount(), 1);
   pair->Terminate();
   pair->Unload();
   Take();
   EXPECT_EQ(world.mGeneral.mPayloadLimit.Held(), 0);
+  EXPECT_EQ(world.mGeneral.mPayloadLimit.WaitingCount(), 0);
   Pass(1);
   EXPECT_EQ(Take(), QStringList());
 }
@@ -100,9 +102,37 @@ TEST_P(SlowReaderTest, A_pair_that_ends_holds_nothing_and_its_sender_is_not_read
 TEST_P(SlowReaderTest, A_pair_that_is_gone_holds_nothing) {
   FallBehind();
   sender->Arrive("more");
+  EXPECT_EQ(world.mGeneral.mPayloadLimit.WaitingCount(), 1);
+  const std::weak_ptr<SocketPair> gone = pair;
   pair.reset();
+  ASSERT_TRUE(gone.expired());
   EXPECT_EQ(world.mGeneral.mPayloadLimit.Held(), 0);
+  EXPECT_EQ(world.mGeneral.mPayloadLimit.WaitingCount(), 0);
   Pass(1);
+  EXPECT_EQ(Take(), QStringList()) << "nobody reads for it";
+}
+
+TEST_P(SlowReaderTest, Many_small_pieces_reach_the_limit_by_what_they_cost) {
+  sender->Arrive("on its way");
+  int pieces = 0;
+  for (; pieces < kLimit && !SenderWaits(); ++pieces)
+    sender->Arrive("x");
+  EXPECT_TRUE(SenderWaits());
+  EXPECT_EQ(pieces, kLimit / (1 + Payload::kPieceCost) + 1);
+  Take();
+  DrainReader();
+  Pass(1);
+  EXPECT_FALSE(SenderWaits());
+  DrainReader();
+  EXPECT_EQ(reader->mSent, "on its way" + QByteArray(pieces, 'x'));
+  EXPECT_EQ(world.mGeneral.mPayloadLimit.Held(), 0);
+}
+
+TEST_P(SlowReaderTest, What_its_closed_socket_still_holds_is_not_the_pairs) {
+  sender->Arrive(QByteArray(600 * 1000, 'a'));
+  EXPECT_GE(world.mGeneral.mPayloadLimit.Held(), 600 * 1000);
+  reader->Fails(10054, QStringLiteral("reset"));
+  EXPECT_EQ(world.mGeneral.mPayloadLimit.Held(), 0);
 }
 
 }  // namespace
