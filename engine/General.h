@@ -66,6 +66,8 @@ class General {
   bool gblnFirstRun = false;
   bool gblnClosing = false;
   QString mHelpFile;
+  /// How many services of the message loop in the middle of an event lie in each other.
+  int mYieldDepth = 0;
 
   void LogError(const QString& text) { mPlatform.errors.LogError(text); }
   /// Guarded with this system's sink.

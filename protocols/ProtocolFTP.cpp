@@ -1,5 +1,7 @@
 #include "protocols/ProtocolFTP.h"
 
+#include <QScopedValueRollback>
+
 #include "engine/Listening.h"
 #include "engine/MainWindow.h"
 #include "engine/PortTable.h"
@@ -36,6 +38,7 @@ constexpr QByteArrayView kPortWord("port ");
 constexpr QByteArrayView kPasvWords("227 entering passive mode");
 
 constexpr int kAttempts = 10;
+constexpr int kDeepestYield = 16;
 
 QString NumberAndText(qint32 number, const QString& text) {
   return QString::number(number) + QStringLiteral(", ") + text;
@@ -162,7 +165,7 @@ bool ProtocolFTP::StartListeningOnRandomPort(qint32& lngPort, const QString& str
                                  {strRemoteServer, lngRemotePort});
           if (!listens) return;
           ShowDataPort(lngPort);
-          mGeneral.mPlatform.desktop.DoEvents();
+          Yield();
         } catch (...) {
           const Failure failure = CurrentFailure();
           lngError = failure.Number();
@@ -171,6 +174,13 @@ bool ProtocolFTP::StartListeningOnRandomPort(qint32& lngPort, const QString& str
         }
       });
   return listens;
+}
+
+// What comes in one yield may yield again, and how often is the peers' choice; the stack has an end.
+void ProtocolFTP::Yield() {
+  if (mGeneral.mYieldDepth >= kDeepestYield) return;
+  const QScopedValueRollback<int> deeper(mGeneral.mYieldDepth, mGeneral.mYieldDepth + 1);
+  mGeneral.mPlatform.desktop.DoEvents();
 }
 
 bool ProtocolFTP::OpenDataPort(qint32& lngPort, const QString& strDescription, qint32& lngError,

@@ -18,7 +18,8 @@ class ProtocolFTP : public RoutedHandler {
   /// Listens on a port between 1024 and 5000 drawn at random, up to ten of them while they are in use, for
   /// one connection to the remote address. True gives the port. False gives the last port, and the failure's
   /// number and text. Reported here are ten ports in use, and what fails in the store. Serves the message
-  /// loop once: sockets of this pair or any other may be told events before it returns.
+  /// loop once, but not inside 16 such services: sockets of this pair or any other may be told events before
+  /// it returns.
   bool StartListeningOnRandomPort(qint32& lngPort, const QString& strDescription, qint32& lngError,
                                   QString& strError, const QString& strProtocol, qint32 lngRemotePort,
                                   const QString& strRemoteServer);
@@ -50,6 +51,7 @@ class ProtocolFTP : public RoutedHandler {
   void SaveDataPort(qint32 lngPort, const QString& strDescription, const QString& strProtocol,
                     const DataAddress& remote);
   void ShowDataPort(qint32 lngPort);
+  void Yield();
   void SendDataToRemoteServer(const Payload& text);
 
   /// The server's "220 " has let it go, or the end of a dangle, or what passed it.

@@ -1,4 +1,5 @@
 // The ports that an FTP connection opens for its data.
+#include <algorithm>
 #include <cmath>
 
 #include "tests/protocols/FtpTest.h"
@@ -608,6 +609,32 @@ TEST_F(FtpTest, A_second_port_command_during_the_yield_opens_a_second_port) {
   EXPECT_TRUE(DataListener(3001));
   EXPECT_EQ(RowsOf(3000)[1], QStringLiteral("1286"));
   EXPECT_EQ(RowsOf(3001)[1], QStringLiteral("1287"));
+}
+
+TEST_F(FtpTest, Yields_lie_in_each_other_16_deep_and_no_deeper) {
+  LogIn();
+  for (qint32 port = 3000; port <= 3101; ++port)
+    NextPorts({port});
+  int toCome = 100;
+  int depth = 0;
+  int deepest = 0;
+  world.mDesktop.OnDoEvents = [&] {
+    deepest = std::max(deepest, ++depth);
+    while (toCome > 0) {
+      --toCome;
+      server->Arrive("PORT 1,2,3,4,5,6\r\n");
+    }
+    --depth;
+  };
+  server->Arrive("PORT 1,2,3,4,5,6\r\n");
+  EXPECT_EQ(deepest, 16);
+  EXPECT_EQ(toCome, 0);
+  for (qint32 port = 3000; port <= 3100; ++port)
+    EXPECT_TRUE(DataListener(port)) << port;
+  // When all is over it starts again.
+  deepest = 0;
+  server->Arrive("PORT 1,2,3,4,5,6\r\n");
+  EXPECT_EQ(deepest, 1);
 }
 
 }  // namespace
