@@ -9,6 +9,7 @@
 #include <system_error>
 #include <thread>
 #include <unistd.h>
+#include <unordered_set>
 #include <utility>
 
 #include "engine/net/SocketErrors.h"
@@ -17,8 +18,10 @@ namespace veltrane {
 namespace {
 
 // A name server that does not answer holds a worker for half a minute; so many names may hang before others
-// have to wait.
+// have to wait. Names whose askers have left hold the others back only when all of them fill the second
+// number.
 constexpr int kMostWorkers = 32;
+constexpr int kMostThreads = 256;
 
 }  // namespace
 
@@ -37,8 +40,10 @@ struct NameLookup::Shared {
   std::condition_variable wake;
   std::deque<std::pair<quint64, std::string>> questions;
   std::vector<std::pair<quint64, Result>> answers;
+  std::unordered_set<quint64> underWay;  // at a worker, with an asker
   int workers = 0;
   int idle = 0;
+  int abandoned = 0;  // workers whose askers have left
   bool ended = false;
 };
 
@@ -57,13 +62,18 @@ int NameLookup::Descriptor() const {
 
 quint64 NameLookup::Start(const QString& name, Answer answer) {
   const std::lock_guard lock(mShared->mutex);
-  const bool allBusy = mShared->idle <= static_cast<int>(mShared->questions.size());
-  if (allBusy && mShared->workers < kMostWorkers) AddWorker();
+  AddWorkerFor(mShared->questions.size() + 1);
   const quint64 number = ++mLastNumber;
   mWaiting.emplace(number, std::move(answer));
   mShared->questions.emplace_back(number, name.toStdString());
   mShared->wake.notify_one();
   return number;
+}
+
+void NameLookup::AddWorkerFor(std::size_t questions) {
+  const bool allBusy = mShared->idle < static_cast<int>(questions);
+  const bool mayAdd = mShared->workers - mShared->abandoned < kMostWorkers && mShared->workers < kMostThreads;
+  if (allBusy && mayAdd) AddWorker();
 }
 
 // Without room for one more thread the others take the question, if there are any.
@@ -82,11 +92,19 @@ void NameLookup::Cancel(quint64 number) {
   // interest.
   const std::lock_guard lock(mShared->mutex);
   std::erase_if(mShared->questions, [&](const auto& question) { return question.first == number; });
+  if (mShared->underWay.erase(number) == 0) return;
+  ++mShared->abandoned;
+  AddWorkerFor(mShared->questions.size());
 }
 
 qsizetype NameLookup::QuestionCount() const {
   const std::lock_guard lock(mShared->mutex);
   return static_cast<qsizetype>(mShared->questions.size());
+}
+
+int NameLookup::WorkerCount() const {
+  const std::lock_guard lock(mShared->mutex);
+  return mShared->workers;
 }
 
 void NameLookup::Work(const std::shared_ptr<Shared>& shared) {
@@ -98,13 +116,17 @@ void NameLookup::Work(const std::shared_ptr<Shared>& shared) {
     if (shared->ended) return;
     const auto [number, name] = std::move(shared->questions.front());
     shared->questions.pop_front();
+    shared->underWay.insert(number);
     lock.unlock();
     Result result = shared->resolver(name);
     lock.lock();
     if (shared->ended) return;
+    if (shared->underWay.erase(number) == 0) --shared->abandoned;
     shared->answers.emplace_back(number, std::move(result));
     eventfd_write(shared->descriptor, 1);
+    if (shared->questions.empty() && shared->workers - shared->abandoned > kMostWorkers) break;
   }
+  --shared->workers;
 }
 
 void NameLookup::DeliverAnswers() {

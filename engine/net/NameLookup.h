@@ -38,12 +38,15 @@ class NameLookup {
   void DeliverAnswers();
   /// Names that wait for a worker.
   qsizetype QuestionCount() const;
+  /// Threads, idle ones too.
+  int WorkerCount() const;
 
   /// getaddrinfo, IPv4 only.
   static Result SystemResolver(const std::string& name);
 
  private:
   struct Shared;
+  void AddWorkerFor(std::size_t questions);
   void AddWorker();
   static void Work(const std::shared_ptr<Shared>& shared);
 

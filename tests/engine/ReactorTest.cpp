@@ -127,6 +127,89 @@ TEST(NameLookup, Names_that_nobody_asks_for_any_more_do_not_pile_up_behind_a_sil
   EXPECT_TRUE(events.errors.isEmpty());
 }
 
+/// Names that begin with "silent" get no answer before it goes; all others are unknown at once.
+struct SilentServer {
+  SilentServer() = default;
+  ~SilentServer() { Release(); }
+  SilentServer(const SilentServer&) = delete;
+  SilentServer& operator=(const SilentServer&) = delete;
+
+  NameLookup::Resolver Resolver() {
+    return [state = mState](const std::string& name) {
+      if (name.starts_with("silent")) {
+        ++state->asked;
+        while (!state->released)
+          std::this_thread::sleep_for(milliseconds(1));
+      }
+      return NameLookup::Result{{}, EAI_NONAME, 0};
+    };
+  }
+  int Asked() const { return mState->asked; }
+  void Release() { mState->released = true; }
+
+ private:
+  struct State {
+    std::atomic<int> asked = 0;
+    std::atomic<bool> released = false;
+  };
+  std::shared_ptr<State> mState = std::make_shared<State>();
+};
+
+struct SilentNames : testing::Test {
+  std::unique_ptr<Socket> Ask(const QString& name) {
+    auto socket = net.mReactor.CreateSocket(events);
+    socket->Connect(name, 80);
+    return socket;
+  }
+  /// Clients that ask for a silent name, and leave when the server has been asked.
+  void AskAndLeave(int count) {
+    for (int i = 0; i < count; ++i) {
+      const int before = server.Asked();
+      const auto socket = Ask(QStringLiteral("silent%1").arg(i));
+      ASSERT_TRUE(net.Pump([&] { return server.Asked() > before; })) << i;
+    }
+  }
+  bool Found() {
+    return net.Pump([&] { return events.errors == QList<qint32>{11001}; });
+  }
+  int Workers() { return net.mReactor.Lookup().WorkerCount(); }
+
+  SilentServer server;
+  RealNet net{server.Resolver()};
+  Quiet events;
+};
+
+TEST_F(SilentNames, Whose_askers_have_left_hold_no_other_back) {
+  AskAndLeave(40);
+  const auto socket = Ask(QStringLiteral("quick"));
+  EXPECT_TRUE(Found());
+}
+
+TEST_F(SilentNames, That_waits_behind_others_is_looked_up_when_an_asker_leaves) {
+  std::vector<std::unique_ptr<Socket>> sockets;
+  for (int i = 0; i < 32; ++i)
+    sockets.push_back(Ask(QStringLiteral("silent%1").arg(i)));
+  ASSERT_TRUE(net.Pump([&] { return server.Asked() == 32; }));
+  const auto socket = Ask(QStringLiteral("quick"));
+  net.Settle();
+  EXPECT_TRUE(events.errors.isEmpty()) << "so many may hang";
+  EXPECT_EQ(Workers(), 32);
+  sockets.pop_back();
+  EXPECT_TRUE(Found());
+}
+
+TEST_F(SilentNames, Take_256_threads_and_give_them_back) {
+  AskAndLeave(256);
+  EXPECT_EQ(Workers(), 256);
+  const auto socket = Ask(QStringLiteral("quick"));
+  net.Settle();
+  EXPECT_EQ(Workers(), 256);
+  EXPECT_EQ(net.mReactor.Lookup().QuestionCount(), 1);
+  server.Release();
+  EXPECT_TRUE(Found());
+  EXPECT_TRUE(net.Pump([&] { return Workers() <= 32; }));
+}
+
 TEST(NameLookup, The_end_of_the_program_waits_for_no_answer) {
   static std::atomic<bool> release = false;
   const auto before = std::chrono::steady_clock::now();
