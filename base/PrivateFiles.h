@@ -9,7 +9,8 @@ namespace veltrane {
 /// One that is there keeps its rights. What fails shows when the folder is used.
 void MakePrivateFolder(const QString& path);
 
-/// Makes an empty file that only its user can read and write. One that is there stays as it is.
+/// Makes an empty file that only its user can read and write. One that is there stays as it is. Links
+/// are followed: whoever opens the path later would make the file at their end.
 void MakePrivateFile(const QString& path);
 
 }  // namespace veltrane

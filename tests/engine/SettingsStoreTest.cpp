@@ -228,6 +228,22 @@ TEST_F(SettingsStoreTest, Store_and_folder_are_private_to_the_user) {
   EXPECT_EQ(info.st_mode & 0777U, 0700U);
 }
 
+TEST_F(SettingsStoreTest, Behind_links_to_a_file_that_is_not_there_the_store_is_private_too) {
+  ASSERT_TRUE(QDir().mkpath(QFileInfo(path).path()));
+  const QString target = folder.filePath(QStringLiteral("elsewhere.db"));
+  ASSERT_EQ(symlink("second", path.toUtf8().constData()), 0);
+  ASSERT_EQ(symlink("../elsewhere.db", folder.filePath(QStringLiteral("conf/second")).toUtf8().constData()),
+            0);
+  const auto store = Open();
+  store->SaveSetting(kApp, kSection, kKey, QStringLiteral("7"));
+  for (const char* const ending : {"", "-wal"}) {
+    struct stat info {};
+    ASSERT_EQ(stat((target.toUtf8() + ending).constData(), &info), 0) << ending;
+    EXPECT_EQ(info.st_mode & 0777U, 0600U) << ending;
+  }
+  EXPECT_TRUE(errors.mTexts.isEmpty());
+}
+
 TEST_F(SettingsStoreTest, At_rest_the_store_is_one_plain_file) {
   Open()->SaveSetting(kApp, kSection, kKey, QStringLiteral("1"));
   EXPECT_EQ(QDir(QFileInfo(path).path()).entryList(QDir::Files), QStringList{QStringLiteral("settings.db")});
