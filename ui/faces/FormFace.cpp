@@ -3,7 +3,6 @@
 #include <QAbstractItemView>
 #include <QButtonGroup>
 #include <QCloseEvent>
-#include <QDateTime>
 #include <QEvent>
 #include <QGuiApplication>
 #include <QLayout>
@@ -99,14 +98,13 @@ void FormFace::SetTopMost(bool topMost) {
 }
 
 void FormFace::RepaintNow() {
-  const qint64 now = QDateTime::currentMSecsSinceEpoch();
   // Before the event loop runs, nothing would carry out a repaint that is put off.
   const bool canWait = QThread::currentThread()->loopLevel() > 0;
-  if (canWait && now - mLastRepaint < FramePace::kFrameMs) {
+  if (canWait && mSinceRepaint.isValid() && mSinceRepaint.elapsed() < FramePace::kFrameMs) {
     update();
     return;
   }
-  mLastRepaint = now;
+  mSinceRepaint.start();
   repaint();
 }
 

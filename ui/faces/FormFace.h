@@ -1,6 +1,7 @@
 // The window of a form. It is built at the form's first showing and lives as long as the form.
 #pragma once
 
+#include <QElapsedTimer>
 #include <QWidget>
 
 #include "forms/Form.h"
@@ -47,7 +48,7 @@ class FormFace : public QWidget {
 
   Form& mForm;
   QWidget* mInner = this;
-  qint64 mLastRepaint = 0;
+  QElapsedTimer mSinceRepaint;
 };
 
 }  // namespace veltrane
