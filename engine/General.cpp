@@ -65,9 +65,13 @@ General::General(const Platform& platform, ProtocolTable protocols)
     : mPlatform(platform),
       mSettings(platform.store, kApplicationName),
       mProtocolTable(std::move(protocols)),
-      mPayloadLimit(platform.timers) {}
+      mPayloadLimit(platform.timers) {
+  mPlatform.sockets.OnLingering = [this](qint64 bytes) { mPayloadLimit.Change(bytes); };
+}
 
-General::~General() = default;
+General::~General() {
+  mPlatform.sockets.OnLingering = nullptr;
+}
 
 QString General::GetTimeString(bool blnMilliseconds) {
   QString text;

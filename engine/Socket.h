@@ -4,6 +4,7 @@
 
 #include <QString>
 
+#include <functional>
 #include <memory>
 
 #include "base/Payload.h"
@@ -98,6 +99,10 @@ class SocketFactory {
   virtual ~SocketFactory() = default;
   /// events is borrowed and must outlive the socket.
   virtual std::unique_ptr<Socket> CreateSocket(SocketEvents& events) = 0;
+
+  /// Told by how many bytes of memory that which closed sockets still hold for their peers has grown or
+  /// shrunk.
+  std::function<void(qint64)> OnLingering;
 };
 
 }  // namespace veltrane

@@ -34,8 +34,8 @@ class Channel : public std::enable_shared_from_this<Channel> {
 
   /// Asked once when the socket lets go: true when closing at once could cost the peer bytes.
   virtual bool MustLinger() { return false; }
-  /// Bytes wait here, not in the kernel.
-  virtual bool HoldsBytes() const { return false; }
+  /// How many bytes of memory hold what waits here, not in the kernel.
+  virtual qint64 BytesHeld() const { return 0; }
   /// The peer has all bytes, or nobody is left to take them.
   virtual bool IsDrained() { return true; }
 
@@ -51,6 +51,7 @@ class Channel : public std::enable_shared_from_this<Channel> {
   bool mIsWatched = false;
   bool mIsPosted = false;
   Clock::Instant mLingersSince{};
+  qint64 mLingeringAsCounted = 0;
 };
 
 }  // namespace veltrane

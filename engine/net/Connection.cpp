@@ -144,6 +144,7 @@ void Connection::Send(const Payload& data) {
   if (mSendError != 0) return;
   const bool idle = mQueue.isEmpty();
   data.AppendTo(mQueue);
+  mQueueCost += data.Cost();
   mCompletionDue = true;
   if (idle) Flush();
 }
@@ -169,9 +170,12 @@ void Connection::Flush() {
       if (!WouldBlock(errno)) SendFailed(errno);
       break;
     }
-    for (; !mQueue.isEmpty() && sent >= mQueue.first().Size(); mQueue.removeFirst())
+    for (; !mQueue.isEmpty() && sent >= mQueue.first().Size(); mQueue.removeFirst()) {
       sent -= mQueue.first().Size();
+      mQueueCost -= mQueue.first().Cost();
+    }
     if (sent > 0) {
+      mQueueCost -= sent;
       Payload& piece = mQueue.first();
       piece = piece.Piece(sent, piece.Size());
       break;
@@ -192,6 +196,7 @@ void Connection::Flush() {
 void Connection::SendFailed(int systemError) {
   mSendError = systemError;
   mQueue.clear();
+  mQueueCost = 0;
   mPeerGone = true;
   // After the end of the stream nothing is read any more that could lead there.
   if (mStreamEnded) PostEvent();
@@ -255,6 +260,7 @@ void Connection::Fail(int systemError) {
   TcpSocket& owner = *mOwner;
   mPeerGone = true;
   mQueue.clear();
+  mQueueCost = 0;
   owner.Detach();
   owner.TellError(SocketFailure(systemError));
 }

@@ -33,7 +33,7 @@ class Connection : public Channel {
   void Writable() override;
   void ServePosted() override;
   bool MustLinger() override;
-  bool HoldsBytes() const override { return !mQueue.isEmpty(); }
+  qint64 BytesHeld() const override { return mQueueCost; }
   bool IsDrained() override;
 
  private:
@@ -56,6 +56,7 @@ class Connection : public Channel {
   TcpSocket* mOwner;
   std::vector<in_addr> mOtherAddresses;  // still to be tried
   QList<Payload> mQueue;
+  qint64 mQueueCost = 0;
   Payload mArrived;
   qsizetype mLastRead = 0;
   int mConnectError = 0;  // to be told

@@ -123,7 +123,9 @@ void Reactor::ServeBatch(const epoll_event* events, int count) {
     } else {
       const ChannelRef channel = static_cast<Channel*>(events[i].data.ptr)->shared_from_this();
       if ((events[i].events & ~EPOLLOUT) != 0 && channel->IsOpen()) channel->Readable();
-      if (!mLingering.empty() && mLingering.contains(channel) && channel->IsDrained()) EndLingering(channel);
+      if (mLingering.empty() || !mLingering.contains(channel)) continue;
+      CountLingering(*channel);
+      if (channel->IsDrained()) EndLingering(channel);
     }
   }
 }
@@ -175,12 +177,20 @@ void Reactor::Release(const ChannelRef& channel) {
   }
   channel->mLingersSince = mClock.Steady();
   mLingering.insert(channel);
+  CountLingering(*channel);
   mSweep.SetEnabled(true);
+}
+
+void Reactor::CountLingering(Channel& channel) {
+  const qint64 bytes = channel.IsOpen() ? channel.BytesHeld() : 0;
+  const qint64 grown = bytes - std::exchange(channel.mLingeringAsCounted, bytes);
+  if (grown != 0 && OnLingering) OnLingering(grown);
 }
 
 void Reactor::EndLingering(const ChannelRef& channel) {
   mLingering.erase(channel);
   CloseChannel(channel);
+  CountLingering(*channel);
 }
 
 void Reactor::CloseChannel(const ChannelRef& channel) {
@@ -209,8 +219,10 @@ int Reactor::OpenSocket() {
 }
 
 qint32 Reactor::KeepRequest(const Request& request) {
-  mRequests.emplace(++mLastRequest, request);
-  return mLastRequest;
+  // Wraps: a request is kept for the time of one event only.
+  const auto id = static_cast<qint32>(++mLastRequest);
+  mRequests.emplace(id, request);
+  return id;
 }
 
 Reactor::Request Reactor::TakeRequest(qint32 requestId) {
@@ -238,7 +250,7 @@ void Reactor::ResumeListeners() {
 void Reactor::SweepLingering() {
   const std::vector<ChannelRef> lingering(mLingering.begin(), mLingering.end());
   for (const ChannelRef& channel : lingering) {
-    const bool tooLong = mClock.Steady() - channel->mLingersSince > kLingerTime && !channel->HoldsBytes();
+    const bool tooLong = mClock.Steady() - channel->mLingersSince > kLingerTime && channel->BytesHeld() == 0;
     if (tooLong || channel->IsDrained()) EndLingering(channel);
   }
   mSweep.SetEnabled(!mLingering.empty() || !mStarvedListeners.empty());

@@ -90,6 +90,7 @@ class Reactor : public SocketFactory {
   void Wake();
   void ResumeListeners();
   void SweepLingering();
+  void CountLingering(Channel& channel);
   void EndLingering(const ChannelRef& channel);
   void CloseChannel(const ChannelRef& channel);
 
@@ -107,7 +108,7 @@ class Reactor : public SocketFactory {
   std::unordered_map<qint32, Request> mRequests;
   std::vector<std::weak_ptr<Channel>> mStarvedListeners;
   Timer mSweep;
-  qint32 mLastRequest = 0;
+  quint32 mLastRequest = 0;
   bool mShortageReported = false;
 };
 

@@ -168,5 +168,12 @@ TEST_F(GeneralTest, An_ephemeral_port_without_a_destination_keeps_its_descriptio
                                "or argument")});
 }
 
+TEST_F(GeneralTest, What_closed_sockets_still_hold_counts_as_held_payload) {
+  world.mSockets.OnLingering(100);
+  EXPECT_EQ(world.mGeneral.mPayloadLimit.Held(), 100);
+  world.mSockets.OnLingering(-40);
+  EXPECT_EQ(world.mGeneral.mPayloadLimit.Held(), 60);
+}
+
 }  // namespace
 }  // namespace veltrane
