@@ -7,6 +7,7 @@
 #include "history/HistoryText.h"
 #include "history/Logging.h"
 #include "history/frmRealTimeLogging.h"
+#include "protocols/Routing.h"
 #include "tests/support/FakeNet.h"
 #include "tests/support/FakeStatusPanes.h"
 #include "tests/support/HistoryFakes.h"
@@ -52,28 +53,27 @@ struct NetHolder {
   FakeNet mNet{4 * 1024 * 1024};
 };
 
-struct HarmlessTest : testing::TestWithParam<Asker>, NetHolder, World {
+/// The real recorder and log file, and one port.
+struct HarmlessWorld : NetHolder, World {
   static constexpr qint32 kPort = 2000;
 
-  HarmlessTest() : World(&mNet) {
+  explicit HarmlessWorld(const char* protocol) : World(&mNet) {
     mLogging.SetSurroundings({&mMain, &mFakes.mRealTimeData, &mFakes.mPurge, &mFakes.mTray, &mLogFile});
+    // All of it is looked at in the end.
+    mFakes.mPurge.mDiscard = false;
     mGeneral.gobjLogging = &mLogging;
     mGeneral.gblnRecordEvents = true;
     AddNode(kPort, QStringLiteral("Test")).SetExpanded(true);
     mMain.tvwSockets.SetSelectedItem(mMain.tvwSockets.Find(QStringLiteral("ROOT")));
-    AddPort(kPort, QLatin1String(GetParam().protocol), QStringLiteral("Test"));
+    AddPort(kPort, QLatin1String(protocol), QStringLiteral("Test"));
     mLogFile.Load();
     mLogFile.chkLoggingEnabled.SetValue(1);
     StartListening();
   }
-  ~HarmlessTest() override { mGeneral.gobjListening->DeInitaliseListeningSockets(); }
+  ~HarmlessWorld() { mGeneral.gobjListening->DeInitaliseListeningSockets(); }
+  HarmlessWorld(const HarmlessWorld&) = delete;
+  HarmlessWorld& operator=(const HarmlessWorld&) = delete;
 
-  void AskFor(const QByteArray& host) {
-    const auto client = mNet.ConnectTo(kPort);
-    mNet.Settle();
-    client->Send(GetParam().before + host + GetParam().behind);
-    mNet.Settle();
-  }
   static void ExpectHarmless(const QString& text) {
     EXPECT_LT(text.size(), 400);
     for (const QChar character : text)
@@ -89,16 +89,45 @@ struct HarmlessTest : testing::TestWithParam<Asker>, NetHolder, World {
     }
     return events;
   }
+  void ExpectHarmlessLog(qsizetype events) const {
+    QFile file(mLogFile.txtLogFile.Text());
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QList<QByteArray> lines = file.readAll().split('\n');
+    // The heading, a line for each event, and nothing behind the last line's end.
+    EXPECT_EQ(lines.size(), events + 2);
+    for (const QByteArray& line : lines.mid(1, events))
+      EXPECT_TRUE(line.startsWith('"') && line.endsWith("\"\r") && line.count('\r') == 1)
+          << line.left(300).constData();
+  }
   static void ExpectHarmlessNodes(const TreeNode& node) {
     ExpectHarmless(node.Text());
     for (qsizetype i = 0; i < node.ChildCount(); ++i)
       ExpectHarmlessNodes(node.Child(i));
   }
 
+  /// Gives the number of events.
+  qsizetype ExpectAllHarmless() {
+    const qsizetype events = ExpectHarmlessEvents();
+    ExpectHarmlessNodes(mMain.tvwSockets.Node(QStringLiteral("ROOT")));
+    ExpectHarmlessLog(events);
+    return events;
+  }
+
   HistoryFakes mFakes{mJournal};
   Logging mLogging{mGeneral};
   FakeStatusPanes mPanes;
   frmRealTimeLogging mLogFile{mGeneral, mPanes};
+};
+
+struct HarmlessTest : testing::TestWithParam<Asker>, HarmlessWorld {
+  HarmlessTest() : HarmlessWorld(GetParam().protocol) {}
+
+  void AskFor(const QByteArray& host) {
+    const auto client = mNet.ConnectTo(kPort);
+    mNet.Settle();
+    client->Send(GetParam().before + host + GetParam().behind);
+    mNet.Settle();
+  }
 };
 
 INSTANTIATE_TEST_SUITE_P(All, HarmlessTest, testing::ValuesIn(kAskers),
@@ -109,17 +138,57 @@ TEST_P(HarmlessTest, No_host_that_a_client_asks_for_breaks_a_view_or_a_line_of_t
     AskFor("a" + QByteArray(1, static_cast<char>(code)) + "b");
   AskFor("a\r\n\"00:00:00.000\",\"KEY1\",\"forged\"");
   AskFor(QByteArray(1'000'000, 'x'));
-  const qsizetype events = ExpectHarmlessEvents();
-  EXPECT_GT(events, 258 * 3);
-  ExpectHarmlessNodes(mMain.tvwSockets.Node(QStringLiteral("ROOT")));
-  QFile file(mLogFile.txtLogFile.Text());
-  ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-  const QList<QByteArray> lines = file.readAll().split('\n');
-  // The heading, a line for each event, and nothing behind the last line's end.
-  EXPECT_EQ(lines.size(), events + 2);
-  for (const QByteArray& line : lines.mid(1, events))
-    EXPECT_TRUE(line.startsWith('"') && line.endsWith("\"\r") && line.count('\r') == 1)
-        << line.left(300).constData();
+  EXPECT_GT(ExpectAllHarmless(), 258 * 3);
+}
+
+/// The host of a data connection is four pieces of a line that the client says, or the server.
+struct HarmlessDataTest : testing::TestWithParam<bool>, HarmlessWorld {
+  HarmlessDataTest() : HarmlessWorld("FTP") {
+    const auto listener = mNet.Listen();
+    mClient = mNet.ConnectTo(kPort);
+    mNet.Settle();
+    mClient->Send("USER a@127.0.0.1:" + QByteArray::number(listener->Port()) + "\r\n");
+    mNet.Settle();
+    mServer = listener->Accept();
+    mServer->Send("220 here\r\n");
+    mNet.Settle();
+  }
+
+  /// Connects to the data port, where the line has opened one; false where not.
+  bool AskFor(const QByteArray& piece) {
+    const QByteArray address = piece + ",2,3,4,1,2";
+    if (GetParam()) {
+      mServer->Send("227 Entering Passive Mode (" + address + ")\r\n");
+    } else {
+      mClient->Send("PORT " + address + "\r\n");
+    }
+    mNet.Settle();
+    // The script's chance draws the same port each time.
+    Socket** const listener =
+        mGeneral.gobjListening->mcolListeningSocket.Find(ListeningSocketKey(DataPort(0.5F)));
+    if (!listener || (*listener)->State() != SocketState::kListening) return false;
+    const auto client = mNet.ConnectTo(DataPort(0.5F));
+    mNet.Settle();
+    return true;
+  }
+
+  std::unique_ptr<Peer> mClient;
+  std::unique_ptr<Peer> mServer;
+};
+
+INSTANTIATE_TEST_SUITE_P(All, HarmlessDataTest, testing::Values(false, true),
+                         [](const auto& row) { return row.param ? "Passive" : "Active"; });
+
+TEST_P(HarmlessDataTest, No_host_of_a_data_connection_breaks_a_view_or_a_line_of_the_log) {
+  for (int code = 0; code < 256; ++code) {
+    // The bracket ends the address before it is whole.
+    const bool isAddress = !GetParam() || code != ')';
+    EXPECT_EQ(AskFor("a" + QByteArray(1, static_cast<char>(code)) + "b"), isAddress) << code;
+  }
+  EXPECT_TRUE(AskFor("a\r\n\"00:00:00.000\",\"KEY1\",\"forged\""));
+  EXPECT_TRUE(AskFor(QByteArray(1'000'000, 'x')));
+  EXPECT_GE(mLogging.mobjSocketPairHistory.Count(), 1 + 257);
+  EXPECT_GT(ExpectAllHarmless(), 257 * 3);
 }
 
 }  // namespace
