@@ -5,6 +5,7 @@
 #include <QByteArray>
 #include <QList>
 
+#include <functional>
 #include <memory>
 #include <random>
 
@@ -24,6 +25,24 @@ class Dice {
   std::mt19937 mEngine;
 };
 
+/// What a schedule of failures leaves of the rules, and the time that its plans wait for. As made: no
+/// failures.
+struct Failures {
+  /// Of a conversation that nobody has ended all arrives.
+  bool allArrivesWhileItStands = true;
+  /// So it does when one leaves in good order.
+  bool allArrivesWhenOneLeaves = true;
+  /// Who stays is told the end of who has left.
+  bool endIsTold = true;
+  /// A stretch of each direction may be missing.
+  bool aStretchIsDropped = false;
+  /// Lets time go by; false when nothing waits for it.
+  std::function<bool()> passTime;
+
+  /// Serves the net, and lets time go by, until done or until nothing more happens.
+  bool Pump(NetWorld& net, const std::function<bool()>& done) const;
+};
+
 class Talk {
  public:
   /// What a handler's client and server say before the rest of the conversation is theirs.
@@ -36,7 +55,7 @@ class Talk {
   /// The largest piece that somebody says.
   static qsizetype mLargest;
 
-  Talk(NetWorld& net, Dice& dice, QByteArray protocol, qint32 proxyPort,
+  Talk(NetWorld& net, Dice& dice, const Failures& failures, QByteArray protocol, qint32 proxyPort,
        std::unique_ptr<PeerListener> server);
 
   /// Connects the client and goes through the opening, or through a part of it.
@@ -72,10 +91,12 @@ class Talk {
   void TakeServer();
   bool HasAll(const Side& side) const;
   bool HasCome(const Side& side) const;
+  bool Fits(const QByteArray& got, const QByteArray& due) const;
   void ExpectArrived(const Side& side, const char* name) const;
 
   NetWorld& mNet;
   Dice& mDice;
+  const Failures& mFailures;
   QByteArray mProtocol;
   qint32 mProxyPort;
   std::unique_ptr<PeerListener> mDestination;

@@ -55,7 +55,14 @@ class TappedSocket : public Socket {
 
 class TapFactory : public SocketFactory {
  public:
-  explicit TapFactory(SocketFactory& inner) : mInner(inner) {}
+  explicit TapFactory(SocketFactory& inner) : mInner(inner) {
+    mInner.OnLingering = [this](qint64 grown) {
+      if (OnLingering) OnLingering(grown);
+    };
+  }
+  ~TapFactory() override { mInner.OnLingering = nullptr; }
+  TapFactory(const TapFactory&) = delete;
+  TapFactory& operator=(const TapFactory&) = delete;
 
   std::unique_ptr<Socket> CreateSocket(SocketEvents& events) override {
     mTaps.append(std::make_shared<Tap>());
