@@ -359,8 +359,8 @@ TEST(Reactor, A_listener_that_waits_for_descriptors_tries_again_by_itself) {
     const FewDescriptors few(0);
     ASSERT_TRUE(net.Pump([&] { return !server.errors.isEmpty(); }));
   }
-  // Nothing was closed here; only the limit rose. A tool that stands in for the system's limit may have taken the
-  // first request off the queue, so a second one comes.
+  // Nothing was closed here; only the limit rose. A tool that stands in for the system's limit may have taken
+  // the first request off the queue, so a second one comes.
   const auto late = net.ConnectTo(listening->LocalPort());
   EXPECT_TRUE(net.Pump([&] { return !sockets.empty(); }));
 }
@@ -504,9 +504,21 @@ TEST(Reactor, An_attempt_that_fails_at_once_is_an_error_and_never_a_connection) 
   EXPECT_EQ(secondSocket->State(), SocketState::kError);
 }
 
+/// Goes on by a little at each look, as whoever waits by looking at it relies on.
+class LookedAtClock : public FakeClock {
+ public:
+  Instant Steady() const override {
+    mLooks += std::chrono::microseconds(1);
+    return FakeClock::Steady() + mLooks;
+  }
+
+ private:
+  mutable Instant mLooks{0};
+};
+
 TEST(Reactor, A_turn_ends_after_its_time_so_that_windows_get_theirs) {
   RealNet net;
-  FakeClock clock;
+  LookedAtClock clock;
   FakeTimers timers(clock);
   Reactor reactor(clock, timers);
   Quiet server;
