@@ -8,6 +8,8 @@ namespace {
 
 /// Up to here, copying costs less than keeping a list.
 constexpr qsizetype kMostJoined = 64 * 1024;
+/// Pieces that an empty list may keep room for.
+constexpr qsizetype kMostKept = 64;
 
 }  // namespace
 
@@ -85,7 +87,10 @@ Payload PayloadBuffer::Take(qsizetype bytes) {
   }
   if (bytes == first.Size()) {
     mSize -= bytes;
-    return mPieces.takeFirst();
+    Payload piece = mPieces.takeFirst();
+    // An empty list keeps room for as many pieces as it ever held, and no limit would count that.
+    if (mPieces.isEmpty() && mPieces.capacity() > kMostKept) mPieces = {};
+    return piece;
   }
   return bytes <= kMostJoined ? TakeJoined(bytes) : TakeRun(bytes);
 }
@@ -107,7 +112,7 @@ Payload PayloadBuffer::TakeRun(qsizetype bytes) {
 }
 
 void PayloadBuffer::Clear() {
-  mPieces.clear();
+  mPieces = {};
   mSize = 0;
 }
 

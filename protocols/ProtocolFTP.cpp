@@ -2,6 +2,8 @@
 
 #include <QScopedValueRollback>
 
+#include <utility>
+
 #include "engine/Listening.h"
 #include "engine/MainWindow.h"
 #include "engine/PortTable.h"
@@ -134,12 +136,10 @@ bool ProtocolFTP::RouteDataAddress(const AddressLine& line, Payload& data) {
     qint32 port = 0;
     qint32 error = 0;
     QString text;
+    mSiteConnects = line.siteConnects;
     opened = StartListeningOnRandomPort(port, kEphemeralProtocol, error, text, kEphemeralProtocol,
                                         remote.port, remote.host);
     if (opened) {
-      // Behind the yield the listener itself may be gone.
-      if (line.siteConnects && mGeneral.gobjListening)
-        mGeneral.gobjListening->ExpectPeer(port, Pair().RemoteServerIP());
       // The end that faces the real server, also in what goes to the client.
       data = line.write({Pair().LocalClientIP(), port});
       return;
@@ -164,6 +164,9 @@ bool ProtocolFTP::StartListeningOnRandomPort(qint32& lngPort, const QString& str
           listens = OpenDataPort(lngPort, strDescription, lngError, strError, strProtocol,
                                  {strRemoteServer, lngRemotePort});
           if (!listens) return;
+          // Before the yield, in which the port may be used up and drawn again for another's transfer.
+          if (std::exchange(mSiteConnects, false))
+            mGeneral.gobjListening->ExpectPeer(lngPort, Pair().RemoteServerIP());
           ShowDataPort(lngPort);
           Yield();
         } catch (...) {

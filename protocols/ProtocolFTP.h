@@ -56,6 +56,8 @@ class ProtocolFTP : public RoutedHandler {
 
   /// The server's "220 " has let it go, or the end of a dangle, or what passed it.
   bool mLoginHasLeft = false;
+  /// The data port that is opened next is that of an active transfer.
+  bool mSiteConnects = false;
 };
 
 }  // namespace veltrane

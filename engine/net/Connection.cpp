@@ -182,6 +182,8 @@ void Connection::Flush() {
     }
   }
   if (mQueue.isEmpty()) {
+    // The empty list would keep room for as many pieces as it ever held.
+    if (mQueue.capacity() > kSendPieces) mQueue = {};
     if (!mOwner) {
       ::shutdown(Descriptor(), SHUT_WR);
     } else if (mCompletionDue && mSendError == 0) {

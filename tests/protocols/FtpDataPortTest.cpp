@@ -584,6 +584,16 @@ TEST_F(FtpTest, A_shut_down_during_the_yield_does_no_harm) {
   EXPECT_EQ(server->mState, SocketState::kClosed);
 }
 
+TEST_F(FtpTest, The_site_is_expected_before_the_yield_and_not_at_what_became_of_the_port_in_it) {
+  LogIn();
+  NextPorts({3012});
+  client->mRemoteHostIP = QStringLiteral("8.8.4.4");
+  const qsizetype pairs = world.mGeneral.gobjListening->mobjSocketPairs.Count();
+  world.mDesktop.OnDoEvents = [&] { DataListener(3012)->Request(1, QStringLiteral("8.8.4.4")); };
+  server->Arrive("PORT 127,0,0,1,5,6\r\n");
+  EXPECT_EQ(world.mGeneral.gobjListening->mobjSocketPairs.Count(), pairs + 1);
+}
+
 TEST_F(FtpTest, What_arrives_during_the_yield_overtakes_the_rewritten_line) {
   LogIn();
   int yields = 0;
