@@ -66,7 +66,11 @@ void Payload::AppendTo(QList<Payload>& pieces) const {
 
 void PayloadBuffer::Append(Payload piece) {
   mSize += piece.Size();
-  piece.AppendTo(mPieces);
+  if (piece.mRun || piece.IsEmpty()) {
+    piece.AppendTo(mPieces);
+  } else {
+    mPieces.append(std::move(piece));
+  }
 }
 
 void PayloadBuffer::Prepend(const PayloadBuffer& front) {

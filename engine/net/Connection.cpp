@@ -150,7 +150,7 @@ void Connection::Send(const Payload& data) {
 }
 
 ssize_t Connection::SendPieces() {
-  std::array<iovec, kSendPieces> pieces;
+  std::array<iovec, kSendPieces> pieces{};
   const auto count = static_cast<std::size_t>(std::min<qsizetype>(mQueue.size(), kSendPieces));
   for (std::size_t i = 0; i < count; ++i) {
     const Payload& piece = mQueue.at(static_cast<qsizetype>(i));
