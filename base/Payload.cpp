@@ -8,7 +8,7 @@ namespace {
 
 /// Up to here, copying costs less than keeping a list.
 constexpr qsizetype kMostJoined = 64 * 1024;
-/// Pieces that an empty list may keep room for.
+/// Pieces that any list may keep room for.
 constexpr qsizetype kMostKept = 64;
 
 }  // namespace
@@ -18,6 +18,7 @@ Payload Payload::Run(QList<Payload> pieces, qsizetype size) {
   Payload run;
   run.mSize = size;
   if (size > 0) run.mRun = std::make_shared<const QList<Payload>>(std::move(pieces));
+  if (run.Cost() > 2 * size) run.Join();
   return run;
 }
 
@@ -64,6 +65,12 @@ void Payload::AppendTo(QList<Payload>& pieces) const {
   }
 }
 
+Payload TakeFirst(QList<Payload>& pieces) {
+  Payload first = pieces.takeFirst();
+  if (pieces.capacity() > kMostKept && pieces.capacity() > 4 * pieces.size()) pieces.squeeze();
+  return first;
+}
+
 void PayloadBuffer::Append(Payload piece) {
   mSize += piece.Size();
   if (piece.mRun || piece.IsEmpty()) {
@@ -91,10 +98,7 @@ Payload PayloadBuffer::Take(qsizetype bytes) {
   }
   if (bytes == first.Size()) {
     mSize -= bytes;
-    Payload piece = mPieces.takeFirst();
-    // An empty list keeps room for as many pieces as it ever held, and no limit would count that.
-    if (mPieces.isEmpty() && mPieces.capacity() > kMostKept) mPieces = {};
-    return piece;
+    return TakeFirst(mPieces);
   }
   return bytes <= kMostJoined ? TakeJoined(bytes) : TakeRun(bytes);
 }

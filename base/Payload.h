@@ -59,7 +59,7 @@ class Payload {
 
  private:
   friend class PayloadBuffer;
-  /// pieces: none is empty or a run.
+  /// pieces: none is empty or a run. Small ones are joined: a list of them would take more than their bytes.
   static Payload Run(QList<Payload> pieces, qsizetype size);
   Payload PieceOfRun(qsizetype offset, qsizetype length) const;
   void Join() const;
@@ -70,6 +70,10 @@ class Payload {
   qsizetype mOffset = 0;
   qsizetype mSize = 0;
 };
+
+/// Takes the first piece out of the list, which keeps no room for many pieces that have left: no limit would
+/// count that.
+Payload TakeFirst(QList<Payload>& pieces);
 
 /// Appending, and taking from the front, cost nothing that grows with what the buffer holds.
 class PayloadBuffer {

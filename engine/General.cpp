@@ -3,6 +3,7 @@
 #include <QStringList>
 
 #include <array>
+#include <exception>
 
 #include "base/Numbers.h"
 #include "engine/Listening.h"
@@ -67,10 +68,23 @@ General::General(const Platform& platform, ProtocolTable protocols)
       mProtocolTable(std::move(protocols)),
       mPayloadLimit(platform.timers) {
   mPlatform.sockets.OnLingering = [this](qint64 bytes) { mPayloadLimit.Change(bytes); };
+  mPlatform.sockets.MayGiveUp = [this](qint64 bytes) { return MayGiveUp(bytes); };
 }
 
 General::~General() {
   mPlatform.sockets.OnLingering = nullptr;
+  mPlatform.sockets.MayGiveUp = nullptr;
+}
+
+// Others wait for the room.
+bool General::MayGiveUp(qint64 bytes) {
+  if (!mPayloadLimit.IsReached()) return false;
+  LogError(QStringLiteral(
+               "A closed connection was given up with %1 bytes for a peer that has taken nothing for 30 "
+               "seconds: all connections together hold as much as they may. Give them a larger share "
+               "of the memory by the value PayloadMemoryPercent of the settings' section Options.")
+               .arg(bytes));
+  return true;
 }
 
 QString General::GetTimeString(bool blnMilliseconds) {
@@ -133,11 +147,21 @@ bool General::DeleteEphemeralPortReferences(qint16 intPort) {
       [&] { DeletePortRows(intPort); });
 }
 
+// A row that is missing ends it, yet what was deleted before it stays so.
 void General::DeletePortRows(qint16 intPort) const {
   const QString port = QString::number(intPort);
-  mSettings.Delete(kProtocols, port);
-  mSettings.DeleteSection(PortSection(QStringLiteral("Pass Through"), intPort));
-  mSettings.Delete(kPortsInUse, port);
+  std::exception_ptr missing;
+  mSettings.Together([&] {
+    try {
+      mSettings.Delete(kProtocols, port);
+      mSettings.DeleteSection(PortSection(QStringLiteral("Pass Through"), intPort));
+      mSettings.Delete(kPortsInUse, port);
+    } catch (const Failure& failure) {
+      if (failure.Number() != static_cast<qint32>(FailureNumber::kBadArgument)) throw;
+      missing = std::current_exception();
+    }
+  });
+  if (missing) std::rethrow_exception(missing);
 }
 
 bool General::DoesSocketExist(const SocketArray& sockets, int index) {

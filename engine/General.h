@@ -96,6 +96,9 @@ class General {
   }
   static bool DoesSocketExist(const SocketArray& sockets, int index);
   bool DoesNodeExist(const QString& key) const;
+
+ private:
+  bool MayGiveUp(qint64 bytes);
 };
 
 }  // namespace veltrane

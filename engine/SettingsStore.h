@@ -6,6 +6,7 @@
 #include <QList>
 #include <QString>
 
+#include <functional>
 #include <utility>
 
 namespace veltrane {
@@ -25,9 +26,9 @@ class SettingsStore {
   /// Creates section and key as needed.
   virtual void SaveSetting(const QString& application, const QString& section, const QString& key,
                            const QString& value) = 0;
-  /// Saves all the rows, or none where that fails.
-  virtual void SaveSettings(const QString& application, const QString& section,
-                            const QList<SettingRow>& rows) = 0;
+  /// Makes all of the changes, or none where one of them fails or the program ends on the way. Not to be
+  /// nested.
+  virtual void Together(const std::function<void()>& changes) = 0;
   /// All rows of the section in the order in which they were first written.
   virtual QList<SettingRow> GetAllSettings(const QString& application, const QString& section) = 0;
   /// Removes a key. Fails with a bad argument when it is not there.
@@ -49,9 +50,7 @@ class ApplicationSettings {
   void Save(const QString& section, const QString& key, const QString& value) const {
     mStore.SaveSetting(mApplication, section, key, value);
   }
-  void SaveAll(const QString& section, const QList<SettingRow>& rows) const {
-    mStore.SaveSettings(mApplication, section, rows);
-  }
+  void Together(const std::function<void()>& changes) const { mStore.Together(changes); }
   QList<SettingRow> All(const QString& section) const { return mStore.GetAllSettings(mApplication, section); }
   void Delete(const QString& section, const QString& key) const {
     mStore.DeleteSetting(mApplication, section, key);

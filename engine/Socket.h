@@ -103,6 +103,9 @@ class SocketFactory {
   /// Told by how many bytes of memory that which closed sockets still hold for their peers has grown or
   /// shrunk.
   std::function<void(qint64)> OnLingering;
+  /// Asked about a closed socket whose peer has taken nothing for 30 s, with the bytes of memory that it
+  /// holds: true drops them and ends the connection.
+  std::function<bool(qint64)> MayGiveUp;
 };
 
 }  // namespace veltrane

@@ -416,17 +416,16 @@ void SqliteSettingsStore::SaveSetting(const QString& application, const QString&
   if (mUpdate->Run({application, section, key, value}) == 0) mInsert->Run({application, section, key, value});
 }
 
-void SqliteSettingsStore::SaveSettings(const QString& application, const QString& section,
-                                       const QList<SettingRow>& rows) {
-  if (rows.isEmpty()) return;
+void SqliteSettingsStore::Together(const std::function<void()>& changes) {
   OpenAtFirstUse();
   Execute("BEGIN IMMEDIATE");
   try {
-    for (const auto& [key, value] : rows)
-      SaveSetting(application, section, key, value);
+    changes();
     Execute("COMMIT");
   } catch (...) {
     sqlite3_exec(mDatabase, "ROLLBACK", nullptr, nullptr, nullptr);
+    // What was read behind the changes is not in the file.
+    mSections.clear();
     throw;
   }
 }

@@ -35,8 +35,7 @@ class SqliteSettingsStore : public SettingsStore {
                      const QString& defaultValue) override;
   void SaveSetting(const QString& application, const QString& section, const QString& key,
                    const QString& value) override;
-  void SaveSettings(const QString& application, const QString& section,
-                    const QList<SettingRow>& rows) override;
+  void Together(const std::function<void()>& changes) override;
   QList<SettingRow> GetAllSettings(const QString& application, const QString& section) override;
   void DeleteSetting(const QString& application, const QString& section, const QString& key) override;
   void DeleteSetting(const QString& application, const QString& section) override;

@@ -132,7 +132,13 @@ void frmProblemSimulation::SaveSettings() {
     rows.append({key, Value(field)});
     choices.insert(key, choice);
   }
-  mGeneral.mSettings.SaveAll(kSection, rows);
+  if (!rows.isEmpty()) {
+    const ApplicationSettings& settings = mGeneral.mSettings;
+    settings.Together([&] {
+      for (const auto& [key, value] : rows)
+        settings.Save(kSection, key, value);
+    });
+  }
   mLoadedOrSaved = choices;
 }
 

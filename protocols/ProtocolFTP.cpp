@@ -231,23 +231,18 @@ bool ProtocolFTP::ListenOnce(qint32 lngPort, qint32& lngError, QString& strError
   return false;
 }
 
-// These rows are what makes the port a Pass Through port to the remote address. All of them, or none.
+// These rows are what makes the port a Pass Through port to the remote address.
 void ProtocolFTP::SaveDataPort(qint32 lngPort, const QString& strDescription, const QString& strProtocol,
                                const DataAddress& remote) {
   const ApplicationSettings& settings = mGeneral.mSettings;
   const QString port = QString::number(lngPort);
   const QString section = PortSection(QStringLiteral("Pass Through"), lngPort);
-  try {
+  settings.Together([&] {
     settings.Save(kProtocols, port, strProtocol);
     settings.Save(section, QStringLiteral("Port"), QString::number(remote.port));
     settings.Save(section, QStringLiteral("Server"), remote.host);
     settings.Save(kPortsInUse, port, strDescription);
-  } catch (...) {
-    PastFailures([&] { settings.Delete(kProtocols, port); });
-    PastFailures([&] { settings.DeleteSection(section); });
-    PastFailures([&] { settings.Delete(kPortsInUse, port); });
-    throw;
-  }
+  });
 }
 
 void ProtocolFTP::ShowDataPort(qint32 lngPort) {

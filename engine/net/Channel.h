@@ -36,6 +36,9 @@ class Channel : public std::enable_shared_from_this<Channel> {
   virtual bool MustLinger() { return false; }
   /// How many bytes of memory hold what waits here, not in the kernel.
   virtual qint64 BytesHeld() const { return 0; }
+  /// How many bytes the peer's system has not confirmed, here and in the kernel: less each time it takes
+  /// some.
+  virtual qint64 BytesUntaken() const { return 0; }
   /// The peer has all bytes, or nobody is left to take them.
   virtual bool IsDrained() { return true; }
 
@@ -50,7 +53,9 @@ class Channel : public std::enable_shared_from_this<Channel> {
   quint32 mWatched = 0;
   bool mIsWatched = false;
   bool mIsPosted = false;
-  Clock::Instant mLingersSince{};
+  // While it lingers.
+  Clock::Instant mLastTaken{};
+  qint64 mUntaken = 0;
   qint64 mLingeringAsCounted = 0;
 };
 

@@ -170,9 +170,10 @@ void Connection::Flush() {
       if (!WouldBlock(errno)) SendFailed(errno);
       break;
     }
-    for (; !mQueue.isEmpty() && sent >= mQueue.first().Size(); mQueue.removeFirst()) {
-      sent -= mQueue.first().Size();
-      mQueueCost -= mQueue.first().Cost();
+    while (!mQueue.isEmpty() && sent >= mQueue.first().Size()) {
+      const Payload gone = TakeFirst(mQueue);
+      sent -= gone.Size();
+      mQueueCost -= gone.Cost();
     }
     if (sent > 0) {
       mQueueCost -= sent;
@@ -182,8 +183,6 @@ void Connection::Flush() {
     }
   }
   if (mQueue.isEmpty()) {
-    // The empty list would keep room for as many pieces as it ever held.
-    if (mQueue.capacity() > kSendPieces) mQueue = {};
     if (!mOwner) {
       ::shutdown(Descriptor(), SHUT_WR);
     } else if (mCompletionDue && mSendError == 0) {
@@ -306,6 +305,10 @@ bool Connection::MustLinger() {
   if (mStreamEnded || Count(Descriptor(), SIOCOUTQ) == 0) return false;
   ::shutdown(Descriptor(), SHUT_WR);
   return true;
+}
+
+qint64 Connection::BytesUntaken() const {
+  return mQueueCost + Count(Descriptor(), SIOCOUTQ);
 }
 
 bool Connection::IsDrained() {

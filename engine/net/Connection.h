@@ -34,6 +34,7 @@ class Connection : public Channel {
   void ServePosted() override;
   bool MustLinger() override;
   qint64 BytesHeld() const override { return mQueueCost; }
+  qint64 BytesUntaken() const override;
   bool IsDrained() override;
 
  private:

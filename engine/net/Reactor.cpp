@@ -1,5 +1,6 @@
 #include "engine/net/Reactor.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <fcntl.h>
@@ -19,7 +20,7 @@ namespace {
 constexpr std::chrono::milliseconds kTurnBudget{4};
 /// How long what was posted may go on before bytes are read again; the rest of a long buffer drains later.
 constexpr std::chrono::milliseconds kPostedBudget{1};
-/// How long a closed connection may wait for the kernel to pass its last bytes on.
+/// How long the peer of a closed connection may take nothing, where all is in the kernel or too much is held.
 constexpr std::chrono::seconds kLingerTime{30};
 constexpr qint32 kSweepIntervalMs = 1000;
 constexpr int kBatch = 64;
@@ -175,10 +176,21 @@ void Reactor::Release(const ChannelRef& channel) {
     CloseChannel(channel);
     return;
   }
-  channel->mLingersSince = mClock.Steady();
+  channel->mLastTaken = mClock.Steady();
+  channel->mUntaken = channel->BytesUntaken();
   mLingering.insert(channel);
   CountLingering(*channel);
   mSweep.SetEnabled(true);
+}
+
+bool Reactor::MustEnd(Channel& channel) {
+  if (channel.IsDrained()) return true;
+  const Clock::Instant now = mClock.Steady();
+  const qint64 untaken = channel.BytesUntaken();
+  if (std::exchange(channel.mUntaken, untaken) != untaken) channel.mLastTaken = now;
+  if (now - channel.mLastTaken <= kLingerTime) return false;
+  const qint64 held = channel.BytesHeld();
+  return held == 0 || (MayGiveUp && MayGiveUp(held));
 }
 
 void Reactor::CountLingering(Channel& channel) {
@@ -248,10 +260,13 @@ void Reactor::ResumeListeners() {
 }
 
 void Reactor::SweepLingering() {
-  const std::vector<ChannelRef> lingering(mLingering.begin(), mLingering.end());
+  std::vector<ChannelRef> lingering(mLingering.begin(), mLingering.end());
+  // Who has kept the others waiting longest goes first.
+  std::sort(lingering.begin(), lingering.end(), [](const ChannelRef& left, const ChannelRef& right) {
+    return left->mLastTaken < right->mLastTaken;
+  });
   for (const ChannelRef& channel : lingering) {
-    const bool tooLong = mClock.Steady() - channel->mLingersSince > kLingerTime && channel->BytesHeld() == 0;
-    if (tooLong || channel->IsDrained()) EndLingering(channel);
+    if (MustEnd(*channel)) EndLingering(channel);
   }
   mSweep.SetEnabled(!mLingering.empty() || !mStarvedListeners.empty());
   ResumeListeners();

@@ -90,6 +90,7 @@ class Reactor : public SocketFactory {
   void Wake();
   void ResumeListeners();
   void SweepLingering();
+  bool MustEnd(Channel& channel);
   void CountLingering(Channel& channel);
   void EndLingering(const ChannelRef& channel);
   void CloseChannel(const ChannelRef& channel);

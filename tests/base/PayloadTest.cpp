@@ -154,11 +154,28 @@ TEST(PayloadBuffer, A_piece_costs_more_than_its_bytes) {
   EXPECT_EQ(buffer.Cost(), 1000 + 1000 * Payload::kPieceCost);
   EXPECT_EQ(buffer.Take(300).Cost(), 300 + Payload::kPieceCost) << "few bytes are joined";
   EXPECT_EQ(buffer.Cost(), 700 + 700 * Payload::kPieceCost);
-  for (int i = 0; i < 100; ++i)
+  for (int i = 0; i < 300; ++i)
     buffer.Append(QByteArray(1000, 'x'));
-  EXPECT_EQ(buffer.TakeAll().Cost(), 100700 + 800 * Payload::kPieceCost) << "many stay a run";
+  EXPECT_EQ(buffer.TakeAll().Cost(), 300700 + 1000 * Payload::kPieceCost) << "many stay a run";
   EXPECT_EQ(buffer.Cost(), 0);
   EXPECT_EQ(Payload().Cost(), 0);
+}
+
+TEST(PayloadBuffer, Pieces_that_cost_more_than_their_bytes_are_joined) {
+  PayloadBuffer buffer;
+  for (int i = 0; i < 100000; ++i)
+    buffer.Append(QByteArray(1, static_cast<char>('a' + i % 26)));
+  const Payload taken = buffer.TakeAll();
+  EXPECT_EQ(taken.Cost(), 100000 + Payload::kPieceCost);
+  EXPECT_TRUE(taken.View().startsWith("abcdefghijklmnopqrstuvwxyzabc"));
+}
+
+TEST(PayloadBuffer, A_list_keeps_no_room_for_pieces_that_have_left) {
+  QList<Payload> pieces(1000, QByteArray("x"));
+  while (pieces.size() > 10) {
+    TakeFirst(pieces);
+    EXPECT_LE(pieces.capacity(), std::max<qsizetype>(64, 4 * pieces.size()));
+  }
 }
 
 TEST(PayloadBuffer, Clear_empties) {

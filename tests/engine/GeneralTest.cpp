@@ -175,5 +175,17 @@ TEST_F(GeneralTest, What_closed_sockets_still_hold_counts_as_held_payload) {
   EXPECT_EQ(world.mGeneral.mPayloadLimit.Held(), 60);
 }
 
+TEST_F(GeneralTest, What_a_closed_socket_holds_for_a_silent_peer_is_given_up_when_others_need_the_room) {
+  world.mGeneral.mPayloadLimit.SetMost(100);
+  world.mSockets.OnLingering(99);
+  EXPECT_FALSE(world.mSockets.MayGiveUp(50));
+  EXPECT_TRUE(world.mErrors.mTexts.isEmpty());
+  world.mSockets.OnLingering(1);
+  EXPECT_TRUE(world.mSockets.MayGiveUp(50));
+  ASSERT_EQ(world.mErrors.mTexts.size(), 1);
+  EXPECT_TRUE(world.mErrors.mTexts.first().startsWith(
+      QStringLiteral("A closed connection was given up with 50 bytes for a peer that has taken nothing")));
+}
+
 }  // namespace
 }  // namespace veltrane

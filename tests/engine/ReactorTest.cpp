@@ -400,47 +400,6 @@ TEST(Reactor, No_descriptor_is_left_after_many_connections) {
   EXPECT_EQ(OpenDescriptors(), before + 1);
 }
 
-/// A peer that reads nothing of 20 MB, and a socket that is closed behind them.
-struct Lingering : testing::Test {
-  void SetUp() override {
-    net.mReactor.OnLingering = [this](qint64 grown) { held += grown; };
-    const auto listener = net.Listen();
-    socket->Connect(QStringLiteral("127.0.0.1"), listener->Port());
-    ASSERT_TRUE(net.Pump([&] {
-      if (!peer) peer = listener->Accept();
-      return peer && events.connects == 1;
-    }));
-    peer->StopReading();
-    for (int i = 0; i < 20; ++i)
-      socket->SendData(QByteArray(1000 * 1000, 'x'));
-    net.Settle();
-    EXPECT_EQ(held, 0) << "as long as the socket is open it is its owner's";
-    socket->Close();
-    net.Settle();
-    EXPECT_EQ(net.mReactor.LingeringCount(), 1);
-    EXPECT_GT(held, 5 * 1000 * 1000) << "the kernel holds the others";
-    EXPECT_LT(held, 21 * 1000 * 1000);
-  }
-
-  qint64 held = 0;
-  RealNet net;
-  Quiet events;
-  std::unique_ptr<Socket> socket = net.mReactor.CreateSocket(events);
-  std::unique_ptr<Peer> peer;
-};
-
-TEST_F(Lingering, Bytes_count_until_the_peer_has_them) {
-  peer->ResumeReading();
-  EXPECT_TRUE(net.Pump([&] { return net.mReactor.LingeringCount() == 0; }));
-  EXPECT_EQ(held, 0);
-}
-
-TEST_F(Lingering, Bytes_count_until_the_peer_has_gone) {
-  peer->Reset();
-  EXPECT_TRUE(net.Pump([&] { return net.mReactor.LingeringCount() == 0; }));
-  EXPECT_EQ(held, 0);
-}
-
 TEST(Reactor, A_peer_that_hung_up_and_is_not_closed_does_not_keep_the_reactor_busy) {
   RealNet net;
   Quiet server;

@@ -48,12 +48,18 @@ struct SettingsStoreTest : testing::Test {
     store->GetAllSettings(kApp, QStringLiteral("any"));  // the first use opens it
     return store;
   }
-  /// Runs SQL as another program would.
-  void Sql(const char* sql) const {
+  /// Runs SQL as another program would; the first column of what it gives.
+  QStringList Sql(const char* sql) const {
     sqlite3* database = nullptr;
-    ASSERT_EQ(sqlite3_open(path.toUtf8().constData(), &database), SQLITE_OK);
-    EXPECT_EQ(sqlite3_exec(database, sql, nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(database);
+    EXPECT_EQ(sqlite3_open(path.toUtf8().constData(), &database), SQLITE_OK);
+    QStringList column;
+    const auto take = [](void* list, int, char** fields, char**) {
+      static_cast<QStringList*>(list)->append(QString::fromUtf8(fields[0]));
+      return 0;
+    };
+    EXPECT_EQ(sqlite3_exec(database, sql, take, &column, nullptr), SQLITE_OK) << sqlite3_errmsg(database);
     sqlite3_close(database);
+    return column;
   }
 
   QTemporaryDir folder;
@@ -118,25 +124,44 @@ TEST_F(SettingsStoreTest, Rows_are_saved_together_or_not_at_all) {
                                {QStringLiteral("c"), QStringLiteral("3")}};
   Sql("CREATE TRIGGER full BEFORE INSERT ON settings WHEN NEW.key = 'b' BEGIN SELECT RAISE(ABORT, 'full'); "
       "END");
-  EXPECT_THROW(store->SaveSettings(kApp, kSection, rows), Failure);
+  const auto saveAll = [&] {
+    store->Together([&] {
+      for (const auto& [key, value] : rows)
+        store->SaveSetting(kApp, kSection, key, value);
+    });
+  };
+  EXPECT_THROW(saveAll(), Failure);
   EXPECT_TRUE(store->GetAllSettings(kApp, kSection).isEmpty());
   // The file is free again, for others and for this store.
   Sql("DROP TRIGGER full");
-  store->SaveSettings(kApp, kSection, rows);
+  saveAll();
   EXPECT_EQ(store->GetAllSettings(kApp, kSection), rows);
-  store->SaveSettings(kApp, kSection, {{QStringLiteral("B"), QStringLiteral("4")}});
-  EXPECT_EQ(store->GetSetting(kApp, kSection, QStringLiteral("b"), {}), QStringLiteral("4"));
-  EXPECT_EQ(store->GetAllSettings(kApp, kSection).size(), 3);
 }
 
-TEST_F(SettingsStoreTest, To_save_no_rows_takes_no_lock) {
+TEST_F(SettingsStoreTest, What_is_changed_together_reaches_the_file_at_once_over_several_sections) {
   const auto store = Open();
-  sqlite3* other = nullptr;
-  ASSERT_EQ(sqlite3_open(path.toUtf8().constData(), &other), SQLITE_OK);
-  ASSERT_EQ(sqlite3_exec(other, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr), SQLITE_OK);
-  EXPECT_NO_THROW(store->SaveSettings(kApp, kSection, {}));
-  EXPECT_THROW(store->SaveSettings(kApp, kSection, {{kKey, QStringLiteral("1")}}), Failure);
-  sqlite3_close(other);
+  const QString elsewhere = QStringLiteral("Elsewhere");
+  store->SaveSetting(kApp, elsewhere, kKey, QStringLiteral("old"));
+  store->Together([&] {
+    store->SaveSetting(kApp, kSection, kKey, QStringLiteral("new"));
+    store->DeleteSetting(kApp, elsewhere);
+    EXPECT_EQ(Sql("SELECT value FROM settings"), QStringList{QStringLiteral("old")})
+        << "not seen by others yet";
+    EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, {}), QStringLiteral("new"));
+  });
+  EXPECT_EQ(Sql("SELECT value FROM settings"), QStringList{QStringLiteral("new")});
+}
+
+TEST_F(SettingsStoreTest, What_fails_together_leaves_all_as_it_was_also_for_this_store) {
+  const auto store = Open();
+  store->SaveSetting(kApp, kSection, kKey, QStringLiteral("1"));
+  const auto changes = [&] {
+    store->SaveSetting(kApp, kSection, kKey, QStringLiteral("2"));
+    EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, {}), QStringLiteral("2"));
+    store->DeleteSetting(kApp, QStringLiteral("Elsewhere"));
+  };
+  EXPECT_THROW(store->Together(changes), Failure);
+  EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, {}), QStringLiteral("1"));
 }
 
 TEST_F(SettingsStoreTest, An_empty_section_has_no_rows) {
@@ -296,7 +321,7 @@ TEST_F(SettingsStoreTest, A_lock_is_waited_for_once_and_the_next_one_again) {
     for (int i = 0; i < operations; ++i) {
       EXPECT_THROW(store->DeleteSetting(kApp, kSection, kKey), Failure);
       EXPECT_THROW(store->SaveSetting(kApp, kSection, kKey, QStringLiteral("8")), Failure);
-      EXPECT_THROW(store->SaveSettings(kApp, kSection, {{kKey, QStringLiteral("8")}}), Failure);
+      EXPECT_THROW(store->Together([] { ADD_FAILURE() << "nothing is changed without the lock"; }), Failure);
       // That a read succeeds says nothing of writing.
       EXPECT_EQ(store->GetSetting(kApp, kSection, kKey, {}), QStringLiteral("7"));
     }

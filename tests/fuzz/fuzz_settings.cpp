@@ -39,7 +39,7 @@ class AnyStore : public SettingsStore {
     return mText;
   }
   void SaveSetting(const QString&, const QString&, const QString&, const QString&) override {}
-  void SaveSettings(const QString&, const QString&, const QList<SettingRow>&) override {}
+  void Together(const std::function<void()>& changes) override { changes(); }
   QList<SettingRow> GetAllSettings(const QString&, const QString&) override {
     return {{QStringLiteral("2000"), mText}, {mText, mText}};
   }

@@ -33,12 +33,10 @@ class MemoryStore : public SettingsStore {
       mRows[at].value = value;
     }
   }
-  void SaveSettings(const QString& application, const QString& section,
-                    const QList<SettingRow>& rows) override {
+  void Together(const std::function<void()>& changes) override {
     const QList<Row> before = mRows;
     try {
-      for (const auto& [key, value] : rows)
-        SaveSetting(application, section, key, value);
+      changes();
     } catch (...) {
       mRows = before;
       throw;

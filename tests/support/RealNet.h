@@ -14,6 +14,13 @@ namespace veltrane {
 
 class RealPeer;
 
+/// The system's clock, which may be put ahead.
+struct ClockAhead : SystemClock {
+  Instant Steady() const override { return SystemClock::Steady() + mAhead; }
+
+  Instant mAhead{};
+};
+
 class RealNet : public NetWorld {
  public:
   explicit RealNet(NameLookup::Resolver resolver = NameLookup::SystemResolver)
@@ -28,7 +35,7 @@ class RealNet : public NetWorld {
   bool Pump(const std::function<bool()>& done) override;
   void Settle() override;
 
-  SystemClock mClock;
+  ClockAhead mClock;
   TimerQueue mTimers{mClock};
   Reactor mReactor;
   std::chrono::milliseconds mPatience{10000};
