@@ -61,7 +61,10 @@ class FakeSocket : public Socket {
     mCompletionDue = true;
     mNet.Move(*mEnd);
   }
-  Payload GetData() override { return mEnd ? Payload(std::exchange(mEnd->inbox, {})) : Payload(); }
+  Payload GetData() override {
+    mAnnouncedBytes = 0;
+    return mEnd ? Payload(std::exchange(mEnd->inbox, {})) : Payload();
+  }
   void Close() override {
     Release();
     mState = SocketState::kClosed;
@@ -81,10 +84,7 @@ class FakeSocket : public Socket {
     if (!mEnd->inbox.isEmpty()) {
       if (mAnnouncedBytes == mEnd->inbox.size()) return false;
       mAnnouncedBytes = mEnd->inbox.size();
-      const std::weak_ptr<int> alive = mAlive;
       mEvents.DataArrival(mEnd->inbox.size());
-      if (alive.expired()) return true;
-      if (!mEnd || mEnd->inbox.isEmpty()) mAnnouncedBytes = 0;
       return true;
     }
     if (mEnd->resetArrived) {
