@@ -6,19 +6,41 @@
 namespace veltrane {
 namespace {
 
-/// Up to here, copying costs less than keeping a list.
+/// Up to here, copying costs less than keeping a list. Not more in one block either: its memory is free again
+/// only when all of it has left.
 constexpr qsizetype kMostJoined = 64 * 1024;
 /// Pieces that any list may keep room for.
 constexpr qsizetype kMostKept = 64;
 
+/// The same bytes in as few pieces as that allows.
+QList<Payload> Joined(const QList<Payload>& pieces) {
+  QList<Payload> blocks;
+  QByteArray block;
+  const auto end = [&] {
+    if (!block.isEmpty()) blocks.append(std::exchange(block, {}));
+  };
+  for (const Payload& piece : pieces) {
+    if (block.size() + piece.Size() > kMostJoined) end();
+    if (piece.Size() > kMostJoined) {
+      blocks.append(piece);
+    } else {
+      if (block.isEmpty()) block.reserve(kMostJoined);
+      block.append(piece.View());
+    }
+  }
+  block.squeeze();
+  end();
+  return blocks;
+}
+
 }  // namespace
 
 Payload Payload::Run(QList<Payload> pieces, qsizetype size) {
+  if (size < kPieceCost * pieces.size()) pieces = Joined(pieces);
   if (pieces.size() == 1) return pieces.first();
   Payload run;
   run.mSize = size;
   if (size > 0) run.mRun = std::make_shared<const QList<Payload>>(std::move(pieces));
-  if (run.Cost() > 2 * size) run.Join();
   return run;
 }
 

@@ -76,13 +76,14 @@ General::~General() {
   mPlatform.sockets.MayGiveUp = nullptr;
 }
 
-// Others wait for the room.
+// As long as nobody waits for the room, who takes nothing may be stopped in a debugger.
 bool General::MayGiveUp(qint64 bytes) {
-  if (!mPayloadLimit.IsReached()) return false;
+  if (!mPayloadLimit.IsReached() || mPayloadLimit.WaitingCount() == 0) return false;
   LogError(QStringLiteral(
                "A closed connection was given up with %1 bytes for a peer that has taken nothing for 30 "
                "seconds: all connections together hold as much as they may. Give them a larger share "
-               "of the memory by the value PayloadMemoryPercent of the settings' section Options.")
+               "of the memory by the value PayloadMemoryPercent of the settings' section Options, then start "
+               "Veltrane again.")
                .arg(bytes));
   return true;
 }

@@ -418,9 +418,12 @@ void SqliteSettingsStore::SaveSetting(const QString& application, const QString&
 
 void SqliteSettingsStore::Together(const std::function<void()>& changes) {
   OpenAtFirstUse();
+  const bool foundLocked = mFoundLockedForWriting;
   Execute("BEGIN IMMEDIATE");
   try {
     changes();
+    // Beside a reader of a store without a log only this step waits: that the others succeeded says nothing.
+    mFoundLockedForWriting = foundLocked;
     Execute("COMMIT");
   } catch (...) {
     sqlite3_exec(mDatabase, "ROLLBACK", nullptr, nullptr, nullptr);

@@ -165,9 +165,19 @@ TEST(PayloadBuffer, Pieces_that_cost_more_than_their_bytes_are_joined) {
   PayloadBuffer buffer;
   for (int i = 0; i < 100000; ++i)
     buffer.Append(QByteArray(1, static_cast<char>('a' + i % 26)));
+  const QByteArray big(100000, 'y');
+  buffer.Append(big);
   const Payload taken = buffer.TakeAll();
-  EXPECT_EQ(taken.Cost(), 100000 + Payload::kPieceCost);
+  QList<Payload> pieces;
+  taken.AppendTo(pieces);
+  ASSERT_EQ(pieces.size(), 3) << "no block is so large that little of it keeps much";
+  EXPECT_EQ(pieces[0].Size(), 64 * 1024);
+  EXPECT_EQ(pieces[1].Size(), 100000 - 64 * 1024);
+  EXPECT_EQ(pieces[2].Data(), big.constData()) << "a large piece is not copied";
+  EXPECT_EQ(taken.Cost(), 200000 + 3 * Payload::kPieceCost);
+  EXPECT_EQ(taken.Size(), 200000);
   EXPECT_TRUE(taken.View().startsWith("abcdefghijklmnopqrstuvwxyzabc"));
+  EXPECT_TRUE(taken.View().endsWith("yyy"));
 }
 
 TEST(PayloadBuffer, A_list_keeps_no_room_for_pieces_that_have_left) {

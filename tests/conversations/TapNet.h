@@ -59,8 +59,12 @@ class TapFactory : public SocketFactory {
     mInner.OnLingering = [this](qint64 grown) {
       if (OnLingering) OnLingering(grown);
     };
+    mInner.MayGiveUp = [this](qint64 bytes) { return MayGiveUp && MayGiveUp(bytes); };
   }
-  ~TapFactory() override { mInner.OnLingering = nullptr; }
+  ~TapFactory() override {
+    mInner.OnLingering = nullptr;
+    mInner.MayGiveUp = nullptr;
+  }
   TapFactory(const TapFactory&) = delete;
   TapFactory& operator=(const TapFactory&) = delete;
 

@@ -155,6 +155,21 @@ TEST_F(GeneralTest, An_ephemeral_port_loses_its_three_places) {
   EXPECT_TRUE(world.mErrors.mTexts.isEmpty());
 }
 
+TEST_F(GeneralTest, An_ephemeral_port_keeps_its_three_places_where_the_store_fails_on_the_way) {
+  const QString text = QStringLiteral("FTP Data - Dynamically allocated");
+  world.AddPort(1500, text, text);
+  world.SetDestination(1500, QStringLiteral("10.0.0.1"), 2000);
+  const qsizetype rows = world.mStore.mRows.size();
+  for (const int deletes : {0, 1, 2}) {
+    world.mStore.mDeletesBeforeFailure = deletes;
+    EXPECT_FALSE(world.mGeneral.DeleteEphemeralPortReferences(1500));
+    EXPECT_EQ(world.mStore.mRows.size(), rows) << deletes;
+  }
+  world.mStore.mDeletesBeforeFailure = 3;
+  EXPECT_TRUE(world.mGeneral.DeleteEphemeralPortReferences(1500));
+  EXPECT_TRUE(world.mStore.mRows.isEmpty());
+}
+
 TEST_F(GeneralTest, An_ephemeral_port_without_a_destination_keeps_its_description) {
   const QString text = QStringLiteral("FTP Data - Dynamically allocated");
   world.AddPort(1500, text, text);
@@ -179,8 +194,10 @@ TEST_F(GeneralTest, What_a_closed_socket_holds_for_a_silent_peer_is_given_up_whe
   world.mGeneral.mPayloadLimit.SetMost(100);
   world.mSockets.OnLingering(99);
   EXPECT_FALSE(world.mSockets.MayGiveUp(50));
-  EXPECT_TRUE(world.mErrors.mTexts.isEmpty());
   world.mSockets.OnLingering(1);
+  EXPECT_FALSE(world.mSockets.MayGiveUp(50)) << "nobody waits for the room";
+  world.mGeneral.mPayloadLimit.Wait([] {});
+  EXPECT_TRUE(world.mErrors.mTexts.isEmpty());
   EXPECT_TRUE(world.mSockets.MayGiveUp(50));
   ASSERT_EQ(world.mErrors.mTexts.size(), 1);
   EXPECT_TRUE(world.mErrors.mTexts.first().startsWith(

@@ -230,6 +230,26 @@ TEST(NameLookup, The_end_of_the_program_waits_for_no_answer) {
   std::this_thread::sleep_for(milliseconds(20));
 }
 
+TEST(NameLookup, An_answer_that_waits_at_the_end_of_the_program_reaches_nobody) {
+  std::atomic<bool> answered = false;
+  Quiet events;
+  {
+    RealNet net([&](const std::string&) {
+      answered = true;
+      NameLookup::Result result;
+      result.addresses = {in_addr{htonl(INADDR_LOOPBACK)}};
+      return result;
+    });
+    const auto socket = net.mReactor.CreateSocket(events);
+    socket->Connect(QStringLiteral("known"), 1);
+    while (!answered)
+      std::this_thread::sleep_for(milliseconds(1));
+    std::this_thread::sleep_for(milliseconds(20));
+  }
+  EXPECT_EQ(events.connects, 0);
+  EXPECT_TRUE(events.errors.isEmpty());
+}
+
 TEST(NameLookup, The_next_address_is_tried_when_one_refuses) {
   RealNet net([](const std::string&) {
     NameLookup::Result result;

@@ -434,13 +434,13 @@ TEST_F(EphemeralPortsTest, A_port_of_the_users_own_in_similar_words_stays) {
 
 TEST_F(EphemeralPortsTest, A_row_that_could_not_be_deleted_goes_as_soon_as_it_can) {
   logging.Dead(Through(QStringLiteral("KEY1")));
-  world.mStore.mFailDeletes = true;
+  world.mStore.mDeletesBeforeFailure = 0;
   Purge();
   Purge();
   EXPECT_TRUE(Stays());
   EXPECT_TRUE(logging.mobjSocketPairHistory.IsEmpty()) << "the connection goes all the same";
   EXPECT_EQ(world.mErrors.mTexts.size(), 1);
-  world.mStore.mFailDeletes = false;
+  world.mStore.mDeletesBeforeFailure = -1;
   Purge();
   EXPECT_FALSE(Stays());
   EXPECT_EQ(world.mErrors.mTexts.size(), 1);
@@ -464,9 +464,9 @@ TEST_F(EphemeralPortsTest, A_row_of_no_use_is_reported_once_and_keeps_none_behin
 }
 
 TEST_F(EphemeralPortsTest, A_port_that_was_stuck_and_then_served_again_goes_when_it_is_done) {
-  world.mStore.mFailDeletes = true;
+  world.mStore.mDeletesBeforeFailure = 0;
   Purge();
-  world.mStore.mFailDeletes = false;
+  world.mStore.mDeletesBeforeFailure = -1;
   Socket* socket = nullptr;
   qint32 number = 0;
   QString text;
@@ -475,10 +475,10 @@ TEST_F(EphemeralPortsTest, A_port_that_was_stuck_and_then_served_again_goes_when
   EXPECT_TRUE(Stays());
   // Done, and stuck once more: that is news.
   socket->Close();
-  world.mStore.mFailDeletes = true;
+  world.mStore.mDeletesBeforeFailure = 0;
   Purge();
   EXPECT_EQ(world.mErrors.mTexts.size(), 2);
-  world.mStore.mFailDeletes = false;
+  world.mStore.mDeletesBeforeFailure = -1;
   Purge();
   EXPECT_FALSE(Stays());
 }

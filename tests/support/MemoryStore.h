@@ -51,12 +51,13 @@ class MemoryStore : public SettingsStore {
     return rows;
   }
   void DeleteSetting(const QString& application, const QString& section, const QString& key) override {
-    MaybeFail(mFailDeletes);
+    MaybeFailDelete();
     const int at = Find(application, section, key);
     if (at < 0) throw Failure(FailureNumber::kBadArgument);
     mRows.removeAt(at);
   }
   void DeleteSetting(const QString& application, const QString& section) override {
+    MaybeFailDelete();
     const auto gone = mRows.removeIf(
         [&](const Row& row) { return Same(row.application, application) && Same(row.section, section); });
     if (gone == 0) throw Failure(FailureNumber::kBadArgument);
@@ -65,13 +66,18 @@ class MemoryStore : public SettingsStore {
   QList<Row> mRows;
   int mReads = 0;
   bool mFailReads = false;
-  bool mFailDeletes = false;
   bool mIsTheUsers = true;
-  int mWritesBeforeFailure = -1;  // -1: never fails
+  // -1: never fails
+  int mWritesBeforeFailure = -1;
+  int mDeletesBeforeFailure = -1;
 
  private:
   static bool Same(const QString& left, const QString& right) {
     return left.compare(right, Qt::CaseInsensitive) == 0;
+  }
+  void MaybeFailDelete() {
+    MaybeFail(mDeletesBeforeFailure == 0);
+    if (mDeletesBeforeFailure > 0) --mDeletesBeforeFailure;
   }
   static void MaybeFail(bool fail) {
     if (fail) throw Failure(FailureNumber::kStore, QStringLiteral("store cannot be read"));
