@@ -312,7 +312,7 @@ TEST_P(ConversationsTest, Thousands_between_sockets_in_memory) {
     if (seed / 4 % 4 == seed % 4) world.PlanFailures();
     if (seed % 5 == 0 && capacity >= 8192) {
       Talk::mLargest = 300'000;
-      world.LimitPayload(300'000 + world.dice.Pick(700'000));
+      world.LimitPayload(300'000);
     }
     world.Run(8);
     waited += world.mostWaiting;
@@ -320,7 +320,7 @@ TEST_P(ConversationsTest, Thousands_between_sockets_in_memory) {
     EXPECT_EQ(net.SocketCount(), world.world.mGeneral.gobjListening->mcolListeningSocket.Count());
   });
   if (AskedSeed() == 0) {
-    EXPECT_GT(waited, kTalks / kTalksInAWorld / 5) << "senders that had to wait";
+    EXPECT_GT(waited, kTalks / kTalksInAWorld / 20) << "senders that had to wait";
   }
 }
 
