@@ -237,7 +237,7 @@ class Ends(Faults):
     def test_killed_at_50_moments_the_store_is_whole_and_the_next_start_clears_up(self):
         # By turns counted from the start of the program and from the first data port.
         dice = random.Random(20)
-        moments = [[(dice.uniform(0.05, 4.5), dice.uniform(0, 1)) for _ in range(5)] for _ in range(5)]
+        moments = [[(dice.uniform(0.05, 3), dice.uniform(0, 1)) for _ in range(5)] for _ in range(5)]
         server = FtpServer()
         self.addCleanup(server.close)
         with concurrent.futures.ThreadPoolExecutor(5) as pool:

@@ -23,6 +23,10 @@ import history
 START_PAUSE = 2.0  # how long the splash picture stands; connections wait meanwhile
 
 
+# What the graphics libraries keep to the end is not ours to free.
+LEAKS = {"LSAN_OPTIONS": f"suppressions={pathlib.Path(__file__).with_name('leaks.supp')}:print_suppressions=0"}
+
+
 def program():
     """The program under test: the last argument of the command line, or VELTRANE."""
     return os.environ["VELTRANE"]
@@ -167,10 +171,7 @@ class Veltrane:
             XDG_RUNTIME_DIR=str(self.home),
             QT_QPA_PLATFORM=self.platform,
         )
-        # What the graphics libraries keep to the end is not ours to free.
-        suppressions = pathlib.Path(__file__).with_name("leaks.supp")
-        values["LSAN_OPTIONS"] = f"suppressions={suppressions}:print_suppressions=0"
-        return values
+        return values | LEAKS
 
     def start(self, listening=(), served=True):
         """Starts the program and waits until the ports listen, and with served until they are served."""
