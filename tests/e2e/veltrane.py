@@ -234,7 +234,7 @@ class Veltrane:
     def __exit__(self, *_):
         if self.process and not self.ended():
             self.process.kill()
-        if self.process and not self.process.stdout.closed:
+        if self.process and self.process.stdout and not self.process.stdout.closed:
             self.process.communicate()
         if self.own_home:
             shutil.rmtree(self.home, ignore_errors=True)
