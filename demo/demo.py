@@ -3,6 +3,7 @@
     python3 demo/demo.py PATH-TO-VELTRANE
 """
 
+import contextlib
 import os
 import signal
 import subprocess
@@ -28,7 +29,8 @@ def environment(folder):
 
 
 def main():
-    # Both signals end the program, and with it this one. Ctrl-C reaches the program by itself as well.
+    # Each of the signals ends the program, and with it this one. Ctrl-C and a terminal that is closed reach the program by
+    # themselves as well.
     ending = [False]
     program = None
 
@@ -37,7 +39,7 @@ def main():
         if program and program.poll() is None:
             program.terminate()
 
-    for number in (signal.SIGINT, signal.SIGTERM):
+    for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
         signal.signal(number, end)
     with tempfile.TemporaryDirectory(prefix="veltrane-demo-") as folder:
         world = World(folder)
@@ -56,7 +58,9 @@ def main():
             code = program.wait()
         finally:
             world.close()
-    print("The demo has ended.")
+    # Nobody reads it in a terminal that is gone.
+    with contextlib.suppress(OSError):
+        print("The demo has ended.", flush=True)
     return code
 
 

@@ -192,7 +192,9 @@ QVariant ListModel::data(const QModelIndex& index, int role) const {
 }
 
 QVariant ListModel::headerData(int section, Qt::Orientation orientation, int role) const {
-  if (orientation != Qt::Horizontal || role != Qt::DisplayRole || section >= mHeaders.size()) return {};
+  if (orientation != Qt::Horizontal || section >= mHeaders.size()) return {};
+  // Whole in the tool tip, where the width that the column is given cuts it.
+  if (role != Qt::DisplayRole && role != Qt::ToolTipRole) return {};
   return mHeaders.at(section).text;
 }
 

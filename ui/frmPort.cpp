@@ -13,8 +13,8 @@ namespace {
 
 constexpr int kLeastWidth = 4000;
 constexpr int kLeastHeight = 3000;
-constexpr int kPortWidth = 1650;
-constexpr int kDescriptionWidth = 4500;
+constexpr int kPortWidth = 2250;
+constexpr int kDescriptionWidth = 4050;
 /// The first number that is no port.
 constexpr double kPortLimit = 65536;
 

@@ -1,12 +1,15 @@
 """The demo: within a minute its log has events of each kind, and nothing is left of it when it ends."""
 
+import fcntl
 import os
 import pathlib
+import pty
 import re
 import signal
 import subprocess
 import sys
 import tempfile
+import termios
 import unittest
 
 import history
@@ -50,17 +53,20 @@ class Demo(unittest.TestCase):
         self.screen = veltrane.Screen()
         self.addCleanup(self.screen.close)
 
-    def start(self, *command, display=True):
+    def start(self, *command, display=True, terminal=None):
+        """On the terminal, a pair of descriptors, as its first process; otherwise with its output in a pipe."""
         environment = dict(self.screen.environment, TMPDIR=str(self.folder), HOME=str(self.folder))
         if not display:
             environment = {key: value for key, value in environment.items() if key not in ("DISPLAY", "WAYLAND_DISPLAY")}
-        self.demo = subprocess.Popen(
-            command, cwd=ROOT, env=environment, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
-            start_new_session=True,
-        )  # fmt: skip
+        streams = {"stdout": subprocess.PIPE, "stderr": subprocess.STDOUT}
+        if terminal:
+            streams = dict.fromkeys(("stdin", "stdout", "stderr"), terminal[1])
+            streams["preexec_fn"] = lambda: fcntl.ioctl(terminal[1], termios.TIOCSCTTY, 0)
+        self.demo = subprocess.Popen(command, cwd=ROOT, env=environment, text=True, start_new_session=True, **streams)
         self.addCleanup(self.kill)
+        lines = terminal[0] if terminal else self.demo.stdout
         self.told = []
-        while not (line := self.demo.stdout.readline()).startswith("Try: curl"):
+        while not (line := lines.readline()).startswith("Try: curl"):
             self.assertNotEqual(line, "", "".join(self.told))
             self.told.append(line)
         self.assertRegex(line, r"^Try: curl -x http://127\.0\.0\.1:\d+ http://127\.0\.0\.2:\d+/news$")
@@ -97,7 +103,7 @@ class Demo(unittest.TestCase):
         self.assertLessEqual(PROTOCOLS, {record.protocol for record in self.records()})
 
     def expect_nothing_left(self):
-        output, _ = self.demo.communicate(timeout=20)
+        output = self.demo.communicate(timeout=20)[0] or ""
         self.assertEqual(of_session(self.demo.pid), [])
         self.assertEqual([port for port in self.ports if listens(port)], [])
         self.assertEqual([path.name for path in self.folder.glob("veltrane-demo-*")], [])
@@ -127,6 +133,10 @@ class Demo(unittest.TestCase):
         self.start("./run", "--demo", **where)
         wait_for(lambda: len(self.records()) > 20, MINUTE, "traffic")
 
+    def virtual_display(self):
+        number = re.search(r"virtual one \(Xvfb, :(\d+)\)", "".join(self.told))[1]
+        return pathlib.Path(f"/tmp/.X11-unix/X{number}")
+
     def test_Ctrl_C_ends_it(self):
         self.run_script()
         # As the terminal does, to all of them.
@@ -135,8 +145,8 @@ class Demo(unittest.TestCase):
 
     def test_without_a_display_it_gets_one_and_takes_it_down_last(self):
         self.run_script(display=False)
-        display = re.search(r"virtual one \(Xvfb, :(\d+)\)", "".join(self.told))[1]
-        self.assertTrue(pathlib.Path(f"/tmp/.X11-unix/X{display}").exists())
+        display = self.virtual_display()
+        self.assertTrue(display.exists())
         # Out of reach of Ctrl-C, or it could go before the program has ended well.
         names = [pathlib.Path(f"/proc/{pid}/comm").read_text().strip() for pid in of_session(self.demo.pid)]
         self.assertIn("Veltrane", names)
@@ -144,12 +154,31 @@ class Demo(unittest.TestCase):
         os.killpg(self.demo.pid, signal.SIGINT)
         output = self.expect_nothing_left()
         self.assertNotIn("X11 connection broke", output)
-        wait_for(lambda: not pathlib.Path(f"/tmp/.X11-unix/X{display}").exists(), 10, "the display to go")
+        wait_for(lambda: not display.exists(), 10, "the display to go")
 
     def test_Ctrl_C_at_once_ends_it_too(self):
         self.start(sys.executable, "demo/demo.py", veltrane.program())
         os.killpg(self.demo.pid, signal.SIGINT)
         self.expect_nothing_left()
+
+    def test_a_closed_terminal_ends_it(self):
+        outer, inner = pty.openpty()
+        self.addCleanup(os.close, inner)
+        with open(outer, encoding="utf-8") as terminal:
+            self.start(sys.executable, "demo/demo.py", veltrane.program(), terminal=(terminal, inner))
+            wait_for(lambda: len(self.records()) > 20, MINUTE, "traffic")
+        # The system tells all of them, and nothing can be written from here on.
+        self.expect_nothing_left()
+        self.assertEqual(self.demo.returncode, 0)
+
+    def test_a_closed_terminal_ends_the_script(self):
+        outer, inner = pty.openpty()
+        self.addCleanup(os.close, inner)
+        with open(outer, encoding="utf-8") as terminal:
+            self.run_script(display=False, terminal=(terminal, inner))
+        display = self.virtual_display()
+        self.expect_nothing_left()
+        wait_for(lambda: not display.exists(), 10, "the display to go")
 
     def test_the_end_of_its_session_ends_it(self):
         self.start(sys.executable, "demo/demo.py", veltrane.program())

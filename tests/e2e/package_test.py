@@ -114,7 +114,7 @@ class Package(unittest.TestCase):
         for name in BESIDE:
             self.assertTrue((self.program.parent / name).is_file(), name)
         for folder in ("Help", "Images", "res"):
-            source = [name for name in files(ROOT / folder) if not name.endswith("README.md") and not name.startswith("-")]
+            source = [name for name in files(ROOT / folder) if not name.endswith("README.md")]
             self.assertEqual(files(self.program.parent / folder), source, folder)
         self.assertEqual((self.unpacked / "usr/bin/veltrane").resolve(), self.program.resolve())
         for size in SIZES:

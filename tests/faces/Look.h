@@ -4,9 +4,11 @@
 
 #include <QAbstractButton>
 #include <QAbstractItemView>
+#include <QAbstractScrollArea>
 #include <QAccessible>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QGroupBox>
 #include <QHash>
 #include <QHeaderView>
 #include <QImage>
@@ -25,6 +27,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "ui/faces/BarFaces.h"
 #include "ui/faces/FormFace.h"
 
 namespace veltrane::look {
@@ -77,7 +80,15 @@ inline QStringList StepsBack(const FormFace& face) {
   return wrong;
 }
 
+/// A title or panel of the main window may be shorter than its text, if its tool tip has that whole.
+inline int WidthOfPanel(PanelLabel& panel) {
+  panel.grab();  // writing it sets the tool tip
+  return panel.toolTip() == panel.text().toHtmlEscaped() ? 0 : panel.WholeWidth();
+}
+
 inline QSize NeededBy(QWidget& widget) {
+  if (auto* panel = qobject_cast<PanelLabel*>(&widget))
+    return {WidthOfPanel(*panel), panel->minimumSizeHint().height()};
   const auto* label = qobject_cast<QLabel*>(&widget);
   if (label && label->wordWrap()) return {0, label->heightForWidth(label->width())};
   // What a field shows is the user's; its height is the font's.
@@ -87,25 +98,74 @@ inline QSize NeededBy(QWidget& widget) {
 
 inline bool HasText(const QWidget& widget) {
   if (const auto* label = qobject_cast<const QLabel*>(&widget)) return !label->text().isEmpty();
+  if (const auto* group = qobject_cast<const QGroupBox*>(&widget)) return !group->title().isEmpty();
   // An arrow has none.
   if (const auto* button = qobject_cast<const QAbstractButton*>(&widget)) return !button->text().isEmpty();
   return qobject_cast<const QComboBox*>(&widget) || qobject_cast<const QLineEdit*>(&widget);
 }
 
-/// Labels, buttons, boxes and fields whose text is cut, and what stands outside the window.
+/// Whether it stands within the window and within all that is around it, which would cut it off. What is in a
+/// view that scrolls can be scrolled to.
+inline bool IsInside(const QWidget& widget) {
+  for (const QWidget* at = &widget; !at->isWindow(); at = at->parentWidget()) {
+    const QWidget* around = at->parentWidget();
+    if (qobject_cast<const QAbstractScrollArea*>(around->parentWidget())) return true;
+    if (!around->rect().contains(at->geometry())) return false;
+  }
+  return true;
+}
+
+inline QString Has(const QString& name, QSize room, QSize needed) {
+  return QStringLiteral("%1 has %2x%3 of %4x%5")
+      .arg(name)
+      .arg(room.width())
+      .arg(room.height())
+      .arg(needed.width())
+      .arg(needed.height());
+}
+
+/// Captions of a list's columns that are cut. The columns of the main window's grid have the widths they are
+/// given: the user can widen them, and the tool tip has the caption whole.
+inline QStringList CutHeads(const QHeaderView& heads) {
+  QStringList wrong;
+  for (int i = 0; i < heads.count(); ++i) {
+    const QString caption = heads.model()->headerData(i, Qt::Horizontal).toString();
+    const bool isTold = heads.model()->headerData(i, Qt::Horizontal, Qt::ToolTipRole) == caption;
+    const bool isGiven =
+        !heads.stretchLastSection() && heads.sectionResizeMode(i) == QHeaderView::Interactive;
+    if (isTold && isGiven) continue;
+    const QSize room(heads.sectionSize(i), heads.height());
+    const QSize needed(heads.sectionSizeHint(i), heads.sizeHint().height());
+    if (needed.boundedTo(room) != needed)
+      wrong.append(Has(Name(*heads.parentWidget()) + u'.' + caption, room, needed));
+  }
+  return wrong;
+}
+
+/// Captions of pages that are cut, or out of view.
+inline QStringList CutTabs(const QTabBar& tabs) {
+  QStringList wrong;
+  for (int i = 0; i < tabs.count(); ++i) {
+    const QSize needed = tabs.fontMetrics().size(Qt::TextShowMnemonic, tabs.tabText(i));
+    const QRect room = tabs.tabRect(i);
+    if (needed.boundedTo(room.size()) != needed || !tabs.rect().contains(room))
+      wrong.append(Has(tabs.window()->objectName() + u'.' + tabs.tabText(i), room.size(), needed));
+  }
+  return wrong;
+}
+
+/// Labels, buttons, boxes, fields, titles, captions and heads whose text is cut, and what stands outside the
+/// window.
 inline QStringList WithoutRoom(const FormFace& face) {
   QStringList wrong;
   for (QWidget* widget : face.findChildren<QWidget*>()) {
-    if (!HasText(*widget) || !widget->isVisibleTo(&face) || widget->objectName().startsWith(u"qt_")) continue;
+    if (!widget->isVisibleTo(&face)) continue;
+    if (const auto* heads = qobject_cast<QHeaderView*>(widget)) wrong += CutHeads(*heads);
+    if (const auto* tabs = qobject_cast<QTabBar*>(widget)) wrong += CutTabs(*tabs);
+    if (!HasText(*widget) || widget->objectName().startsWith(u"qt_")) continue;
     const QSize needed = NeededBy(*widget);
-    const bool inside = face.rect().contains(Place(*widget, face));
-    if (inside && needed.width() <= widget->width() && needed.height() <= widget->height()) continue;
-    wrong.append(QStringLiteral("%1 has %2x%3 of %4x%5")
-                     .arg(Name(*widget))
-                     .arg(widget->width())
-                     .arg(widget->height())
-                     .arg(needed.width())
-                     .arg(needed.height()));
+    if (!IsInside(*widget) || needed.boundedTo(widget->size()) != needed)
+      wrong.append(Has(Name(*widget), widget->size(), needed));
   }
   return wrong;
 }

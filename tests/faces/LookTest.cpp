@@ -2,6 +2,7 @@
 // for the texts in a small and in a large font, and colours in which they can be read.
 #include <QApplication>
 #include <QPalette>
+#include <QRegularExpression>
 #include <QScreen>
 #include <QTabWidget>
 #include <QTest>
@@ -124,12 +125,24 @@ QStringList LookAtPages(const FormFace& face, const Look& look) {
   return wrong;
 }
 
+/// The size of the program's font, for as long as this lives.
+class FontOf {
+ public:
+  explicit FontOf(int points) {
+    QFont font = mBefore;
+    font.setPointSize(points);
+    QApplication::setFont(font);
+  }
+  ~FontOf() { QApplication::setFont(mBefore); }
+  Q_DISABLE_COPY_MOVE(FontOf)
+
+ private:
+  QFont mBefore = QApplication::font();
+};
+
 /// Shows each window and each of its pages, in a font of that size, and puts together what a look finds.
 QStringList Walk(int points, const Look& look) {
-  const QFont before = QApplication::font();
-  QFont font = before;
-  font.setPointSize(points);
-  QApplication::setFont(font);
+  const FontOf font(points);
   QStringList wrong;
   {
     Windows windows;
@@ -142,7 +155,6 @@ QStringList Walk(int points, const Look& look) {
     const MainWindowWorld main;
     wrong += LookAtPages(*main.face, look);
   }
-  QApplication::setFont(before);
   wrong.removeDuplicates();
   return wrong;
 }
@@ -179,6 +191,41 @@ TEST(LookTest, Each_text_has_its_room_in_a_font_of_9_points) {
 
 TEST(LookTest, Each_text_has_its_room_in_a_font_of_14_points) {
   EXPECT_THAT(Walk(14, look::WithoutRoom), ElementsAre());
+}
+
+TEST(LookTest, The_longest_name_of_a_port_and_its_protocol_has_its_room) {
+  for (const int points : {kUsual, 14}) {
+    const FontOf font(points);
+    Windows windows;
+    windows.world.AddPort(65535, QStringLiteral("Pass Through"), QStringLiteral("Applications"));
+    windows.configure.Show();
+    ListView& ports = windows.configure.lvwPort;
+    ports.ClickItem(ports.Item(ports.Count()));
+    ASSERT_EQ(ports.SelectedItem()->Text(), QStringLiteral("65535"));
+    EXPECT_THAT(LookAtPages(*windows.desktop.FaceOf(windows.configure), look::WithoutRoom), ElementsAre())
+        << points;
+  }
+}
+
+// On a larger font or in a smaller window its tool tips have what is cut.
+TEST(LookTest, The_status_bar_says_all_in_the_opening_window_in_a_font_of_9_points) {
+  const FontOf font(kUsual);
+  MainWindowWorld main;
+  main.face->resize(1024, 700);
+  int number = 0;
+  for (const char* text : {"Memory: 1048576 KBytes", "Sockets: 100000", "Events: 1000000", "Terminate: Off ",
+                           "Refuse: Off ", "Throttle: Off ", "Dangle: Off ", "Logging: Off "})
+    main.window.barStatus.SetPanelText(++number, QLatin1String(text));
+  QCoreApplication::processEvents();
+  QStringList cut;
+  for (const PanelLabel* panel : main.face->findChildren<PanelLabel*>(QRegularExpression("^barStatus_")))
+    if (panel->WholeWidth() > panel->width())
+      cut.append(QStringLiteral("%1 has %2 of %3: %4")
+                     .arg(panel->objectName())
+                     .arg(panel->width())
+                     .arg(panel->WholeWidth())
+                     .arg(panel->text()));
+  EXPECT_THAT(cut, ElementsAre());
 }
 
 TEST(LookTest, Escape_closes_what_has_a_button_for_it_from_wherever_the_focus_is) {

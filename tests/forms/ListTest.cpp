@@ -61,6 +61,8 @@ TEST_F(ListTest, The_model_shows_headers_rows_and_icons) {
   const ListModel model(list);
   EXPECT_EQ(model.columnCount(), 2);
   EXPECT_EQ(model.headerData(1, Qt::Horizontal).toString(), QStringLiteral("Bytes"));
+  EXPECT_EQ(model.headerData(1, Qt::Horizontal, Qt::ToolTipRole).toString(), QStringLiteral("Bytes"));
+  EXPECT_FALSE(model.headerData(1, Qt::Horizontal, Qt::DecorationRole).isValid());
   EXPECT_EQ(Shown(model, 1), QStringLiteral("1"));
   EXPECT_EQ(model.index(0, 0).data(ListModel::kImageRole).toString(), QStringLiteral("Socket"));
   EXPECT_EQ(model.index(0, 0).data(ListModel::kKeyRole).toString(), QStringLiteral("a"));

@@ -28,6 +28,7 @@ namespace {
 constexpr int kClockMs = 1000;
 constexpr int kSeparatorHeight = 28;
 constexpr int kLeastFont = 10;  // of a panel, in pixels
+constexpr int kSides = 4;       // beside its text
 
 template <class Show>
 void Follow(const Control& control, QObject& widget, Show show) {
@@ -123,13 +124,18 @@ QFont PanelLabel::FittingFont() const {
   return fitting;
 }
 
+int PanelLabel::WholeWidth() const {
+  const int around = width() - contentsRect().width() + 2 * kSides;
+  return QFontMetrics(FittingFont()).horizontalAdvance(text()) + around;
+}
+
 void PanelLabel::paintEvent(QPaintEvent*) {
   QPainter painter(this);
   painter.setFont(FittingFont());
   QStyleOptionFrame frame;
   initStyleOption(&frame);
   style()->drawControl(QStyle::CE_ShapedFrame, &frame, &painter, this);
-  const QRect room = contentsRect().adjusted(4, 0, -4, 0);
+  const QRect room = contentsRect().adjusted(kSides, 0, -kSides, 0);
   const QString shown = painter.fontMetrics().elidedText(text(), Qt::ElideRight, room.width());
   style()->drawItemText(&painter, room, static_cast<int>(Qt::AlignVCenter | Qt::AlignLeft), palette(),
                         isEnabled(), shown, foregroundRole());

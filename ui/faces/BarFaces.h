@@ -26,6 +26,8 @@ class PanelLabel : public QLabel {
   QSize minimumSizeHint() const override;
   /// The one that it is written in.
   QFont FittingFont() const;
+  /// At which its text is not cut, in pixels.
+  int WholeWidth() const;
 
  protected:
   void paintEvent(QPaintEvent* event) override;

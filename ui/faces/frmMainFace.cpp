@@ -134,7 +134,7 @@ void BuildPanes(frmMain& form, QWidget& inner) {
   Named<QTreeView>(form.lvwDetails, inner, QStringLiteral("Details of what is selected"));
   BuildDiagram(form, inner);
   BuildRealTimePane(form, inner);
-  BuildStatusBar(form.barStatus, inner, {14, 10, 11, 12, 11, 12, 11, 11, 7}, 9);
+  BuildStatusBar(form.barStatus, inner, {18, 12, 12, 11, 9, 10, 10, 10, 8}, 9);
   new SplitterFace(form.imgSplitterHoriz, inner, Qt::SplitVCursor);
   new SplitterFace(form.imgSplitterVert, inner, Qt::SplitHCursor);
   BuildDragShape(form, inner);
