@@ -55,7 +55,7 @@ class Demo(unittest.TestCase):
 
     def start(self, *command, display=True, terminal=None):
         """On the terminal, a pair of descriptors, as its first process; otherwise with its output in a pipe."""
-        environment = dict(self.screen.environment, TMPDIR=str(self.folder), HOME=str(self.folder))
+        environment = self.screen.environment | veltrane.LEAKS | {"TMPDIR": str(self.folder), "HOME": str(self.folder)}
         if not display:
             environment = {key: value for key, value in environment.items() if key not in ("DISPLAY", "WAYLAND_DISPLAY")}
         streams = {"stdout": subprocess.PIPE, "stderr": subprocess.STDOUT}
