@@ -40,7 +40,9 @@ def main():
             program.terminate()
 
     for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
-        signal.signal(number, end)
+        # Who started it may have it outlive its terminal.
+        if signal.getsignal(number) != signal.SIG_IGN:
+            signal.signal(number, end)
     with tempfile.TemporaryDirectory(prefix="veltrane-demo-") as folder:
         world = World(folder)
         try:

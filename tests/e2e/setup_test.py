@@ -182,6 +182,21 @@ class Installing(unittest.TestCase):
                 self.assertFalse(self.file("policy-rc.d").exists())
                 self.file("policy-then").unlink()
 
+    def test_what_a_failed_or_ended_installation_has_brought_is_not_left_enabled(self):
+        for what, code in (("exit 1", 1), ("kill -TERM $PPID", -15)):
+            with self.subTest(what=what):
+                self.file("asked").unlink(missing_ok=True)
+                self.file("installed").write_text("")
+                self.file("installing").write_text(f"echo nginx-common >>installed; {what}")
+                self.install(code)
+                self.assertEqual(self.asked("systemctl")[0].split()[-1], "nginx.service")
+
+    def test_who_may_not_install_is_told_of_no_policy(self):
+        (self.system / "bin" / "sudo").write_text("#!/bin/sh\nexit 1\n")
+        told = self.install(1)
+        self.assertIn("could not be installed", told)
+        self.assertNotIn("policy", told)
+
     def test_where_no_manager_of_services_runs_none_is_told(self):
         self.file("manager").unlink()
         self.install()
