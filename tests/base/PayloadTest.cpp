@@ -123,7 +123,8 @@ TEST_F(PayloadRun, A_piece_of_it_is_found_at_every_place) {
 
 TEST_F(PayloadRun, Looking_at_a_copy_leaves_the_run_as_it_is) {
   const Payload all = mBuffer.TakeAll();
-  const Payload copy(all);
+  const QList<Payload> copies{all};
+  const Payload& copy = copies.first();
   EXPECT_TRUE(copy.IsSameAs(all));
   EXPECT_EQ(copy.View(), QByteArrayView(mAll));
   EXPECT_EQ(PiecesOf(copy).size(), 1);
