@@ -24,7 +24,7 @@ QString AutostartFolder() {
 }
 
 QString WriteFolder() {
-  const QString program = QCoreApplication::applicationDirPath();
+  QString program = QCoreApplication::applicationDirPath();
   if (QFileInfo(program).isWritable()) return program;
   return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + QStringLiteral("/Veltrane");
 }

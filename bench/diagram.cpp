@@ -190,7 +190,7 @@ int main(int argc, char* argv[]) {
   std::puts("|---|---|---|---|---|---|");
   Bench bench;
   const struct {
-    const char* name;
+    const char* name = nullptr;
     QSize size;
   } rows[] = {{"1024 x 700", {1024, 700}}, {"all 20 rows", {1300, 2500}}};
   for (const auto& row : rows) {

@@ -337,6 +337,7 @@ int RunConnects(int port, int seconds, int clients) {
   const auto start = Clock::now();
   std::atomic<int> count = 0;
   std::vector<std::thread> threads;
+  threads.reserve(static_cast<std::size_t>(clients));
   for (int i = 0; i < clients; ++i)
     threads.emplace_back([&] { count += ConnectUntil(port, start + std::chrono::seconds(seconds)); });
   for (std::thread& thread : threads)

@@ -29,7 +29,7 @@ void FolderWatch::Watch(const QString& folder) {
 bool FolderWatch::SawChange() {
   if (mDescriptor < 0) return true;
   bool any = false;
-  alignas(inotify_event) std::array<char, 4096> events;
+  alignas(inotify_event) std::array<char, 4096> events{};
   while (::read(mDescriptor, events.data(), events.size()) > 0)
     any = true;
   return any;
