@@ -12,11 +12,11 @@ namespace veltrane {
 
 /// How data of a kind is shown.
 struct Logging::Direction {
-  SocketEventType kind;
-  RealTimeSwitch shownIf;
-  bool isBuffered;  // needs the switch for buffered data as well
+  SocketEventType kind{};
+  RealTimeSwitch shownIf{};
+  bool isBuffered = false;  // needs the switch for buffered data as well
   QStringView text;
-  int colour;  // index of the label whose colour it has
+  int colour = 0;  // index of the label whose colour it has
 };
 
 namespace {

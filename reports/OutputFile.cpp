@@ -77,7 +77,7 @@ void CopyFile(const QString& from, const QString& to) {
   // To open it as the target would empty it.
   if (LeadsTo(to, ::fileno(source.get()))) return;
   OutputFile target(to, OutputFile::Old::kReplaced);
-  std::array<char, kPieceBytes> piece;
+  std::array<char, kPieceBytes> piece{};
   while (const std::size_t count = std::fread(piece.data(), 1, piece.size(), source.get()))
     target.Write({piece.data(), static_cast<qsizetype>(count)});
   if (std::ferror(source.get())) throw FileFailure(errno);

@@ -84,7 +84,8 @@ QByteArray Preamble(const frmSaveHistory& options, const SocketEvent& event) {
   return text;
 }
 
-/// In place: the rows are many times as long as the data.
+/// In place: the rows are many times as long as the data. A copy, or a run would be joined in the history.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 void AppendRows(QByteArray& text, Payload data, quint8 format, qint16 bytesPerRow) {
   const qsizetype before = text.size();
   text.resize(before + FormatTextRequiredLength(data.Size(), format, bytesPerRow));
