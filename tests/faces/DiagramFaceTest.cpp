@@ -223,7 +223,7 @@ TEST_F(DiagramFaceTest, Each_file_is_read_once) {
 TEST_F(DiagramFaceTest, Files_that_cannot_be_used_leave_empty_cells_and_are_reported_once_each) {
   const QByteArray whole = avi::File({Png(Qt::blue, {64, 56})});
   const struct {
-    const char* what;
+    const char* what = nullptr;
     std::optional<QByteArray> bytes;
   } rows[] = {{"missing", std::nullopt},
               {"empty", QByteArray()},
